@@ -1,0 +1,45 @@
+# Settings every target shares: language level, warnings, sanitizers, ccache, output folder.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# Programs and libraries that look for each other lie in one folder, as on an installed machine.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+
+option(HKD_WERROR "Treat warnings as errors" ON)
+set(HKD_SANITIZE "" CACHE STRING "Sanitizers, as the argument of -fsanitize=")
+option(HKD_THREAD_SAFETY "Run clang's thread-safety analysis" OFF)
+option(HKD_FUZZ "Build the fuzz targets (clang)" OFF)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wno-missing-field-initializers)
+if(HKD_WERROR)
+  add_compile_options(-Werror)
+endif()
+if(HKD_THREAD_SAFETY)
+  add_compile_options(-Wthread-safety)
+endif()
+if(HKD_SANITIZE)
+  add_compile_options(-fsanitize=${HKD_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=${HKD_SANITIZE})
+endif()
+
+find_program(HKD_CCACHE ccache)
+if(HKD_CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER "${HKD_CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${HKD_CCACHE}")
+endif()
+
+if(WIN32)
+  # UNICODE forms only; the API level of the modules used; the run-time libraries inside the program.
+  add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000000)
+  add_link_options(-static -static-libgcc -static-libstdc++)
+else()
+  find_package(Threads REQUIRED)
+endif()
+
+# All targets see the tree from its root: #include "platform/registry.h".
+include_directories("${PROJECT_SOURCE_DIR}")

@@ -1,7 +1,8 @@
 // Fault injection and pause points: part of the host layer's test surface, never of the product.
 //
 // A flat function that can fail begins with
-//   if (auto code = host::InjectedFailure("RegOpenKeyExW")) return ...;   // and sets the last error where the call does
+//   if (auto code = host::InjectedFailure("RegOpenKeyExW")) return ...;   // and sets the last error where the call
+//   does
 // and a test arranges the failure beforehand with FailCall. Without an arrangement the look-up costs one
 // relaxed atomic load. All functions may be called from any thread.
 #pragma once

@@ -9,8 +9,10 @@ namespace host {
 std::string ToUtf8(std::u16string_view text);
 std::u16string ToUtf16(std::string_view text);
 
-// Case-insensitive comparison as names of the registry, modules and named objects use it: simple upper-casing of
-// single UTF-16 units (Latin, Greek, Cyrillic), no locale. Negative, 0 or positive.
+// Upper-casing as names of the registry and of modules use it: single UTF-16 units (Latin, Greek, Cyrillic), no
+// locale; and comparison of what it gives: negative, 0 or positive.
+char16_t ToUpper(char16_t unit);
+std::u16string ToUpper(std::u16string_view text);
 int CompareNoCase(std::u16string_view left, std::u16string_view right);
 
 }  // namespace host

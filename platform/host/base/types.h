@@ -36,6 +36,7 @@ using LPBYTE = BYTE*;
 using PDWORD = DWORD*;
 using LPDWORD = DWORD*;
 using PULONG = ULONG*;
+using PULONG_PTR = ULONG_PTR*;
 using PBOOL = BOOL*;
 using LPBOOL = BOOL*;
 using PWSTR = WCHAR*;
@@ -60,6 +61,15 @@ struct GUID {
 using UUID = GUID;
 using IID = GUID;
 using CLSID = GUID;
+
+// `lpSecurityDescriptor` null: the default descriptor.
+struct SECURITY_ATTRIBUTES {
+  DWORD nLength;
+  LPVOID lpSecurityDescriptor;
+  BOOL bInheritHandle;
+};
+using PSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
+using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 
 #define TRUE 1
 #define FALSE 0

@@ -1,0 +1,45 @@
+// Rights, options, value types and flags of the registry calls.
+#pragma once
+
+#include "platform/host/base/access_rights.h"
+
+#define KEY_QUERY_VALUE 0x0001u
+#define KEY_SET_VALUE 0x0002u
+#define KEY_CREATE_SUB_KEY 0x0004u
+#define KEY_ENUMERATE_SUB_KEYS 0x0008u
+#define KEY_NOTIFY 0x0010u
+#define KEY_CREATE_LINK 0x0020u
+#define KEY_WOW64_64KEY 0x0100u
+#define KEY_WOW64_32KEY 0x0200u
+#define KEY_READ 0x20019u
+#define KEY_WRITE 0x20006u
+#define KEY_EXECUTE KEY_READ
+#define KEY_ALL_ACCESS 0xF003Fu
+
+#define REG_OPTION_NON_VOLATILE 0u
+#define REG_OPTION_VOLATILE 1u
+#define REG_CREATED_NEW_KEY 1u
+#define REG_OPENED_EXISTING_KEY 2u
+
+#define REG_NONE 0u
+#define REG_SZ 1u
+#define REG_EXPAND_SZ 2u
+#define REG_BINARY 3u
+#define REG_DWORD 4u
+#define REG_MULTI_SZ 7u
+#define REG_QWORD 11u
+
+#define RRF_RT_REG_NONE 0x00000001u
+#define RRF_RT_REG_SZ 0x00000002u
+#define RRF_RT_REG_EXPAND_SZ 0x00000004u
+#define RRF_RT_REG_BINARY 0x00000008u
+#define RRF_RT_REG_DWORD 0x00000010u
+#define RRF_RT_REG_MULTI_SZ 0x00000020u
+#define RRF_RT_REG_QWORD 0x00000040u
+#define RRF_RT_DWORD (RRF_RT_REG_BINARY | RRF_RT_REG_DWORD)
+#define RRF_RT_QWORD (RRF_RT_REG_BINARY | RRF_RT_REG_QWORD)
+#define RRF_RT_ANY 0x0000FFFFu
+#define RRF_SUBKEY_WOW6464KEY 0x00010000u
+#define RRF_SUBKEY_WOW6432KEY 0x00020000u
+#define RRF_NOEXPAND 0x10000000u
+#define RRF_ZEROONFAILURE 0x20000000u

@@ -37,8 +37,9 @@ class MachineLink {
   // Sends without waiting for an answer.
   DWORD Post(nlohmann::json message);
 
-  // Hands every unsolicited message named `event` to `listener`, on the reader thread; it must not call Call.
-  // An empty function removes the listener and returns only when no call of it is running.
+  // Hands every unsolicited message named `event` to `listener`, on the reader thread; it calls nothing of the link.
+  // The link's own event "link.closed" tells that the connection ended, with everything that hung on it. An empty
+  // function removes the listener and returns only when no call of it is running.
   void Listen(const std::string& event, std::function<void(const nlohmann::json&)> listener);
 
  private:

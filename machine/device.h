@@ -1,8 +1,8 @@
 // The simulated device as people and tests handle it: press, wake, script answers, look at what was asked.
 //
 // Works on the machine's mapping directly, from any process and any thread, with no daemon involved. The methods that
-// report something pending also raise a notification; each returns false, having changed nothing, when a bit, an index or
-// a word is out of range or no more words can be held.
+// report something pending also raise a notification; each returns false, having changed nothing, when a bit, an index
+// or a word is out of range or no more words can be held.
 #pragma once
 
 #include <cstdint>
@@ -37,9 +37,9 @@ struct DeviceCounts {
   std::uint64_t notificationsRaised;
   std::uint64_t notificationsOutstanding;  // not yet handed to the callback of every waiter; with no waiter, to none
   std::uint64_t callsAnswered;
-  std::uint64_t lastCallAt;                // 0 when there was none
+  std::uint64_t lastCallAt;  // 0 when there was none
   std::uint32_t callsInProgress;
-  std::vector<std::int32_t> waiters;       // process ids
+  std::vector<std::int32_t> waiters;  // process ids
 };
 
 class Device {
@@ -51,7 +51,8 @@ class Device {
   // Back to a new device: everything present, nothing pending, no scripts. Waiters, notifications and the trace stay.
   void Reset();
 
-  // Application switch n (1 to 31), or several at once as a mask with bit 31 clear. What is pending gathers in one mask.
+  // Application switch n (1 to 31), or several at once as a mask with bit 31 clear. What is pending gathers in one
+  // mask.
   bool Press(unsigned n);
   bool PressMask(std::uint32_t mask);
 
@@ -82,8 +83,8 @@ class Device {
   // any other function.
   bool SetCapability(std::uint32_t function, std::uint32_t word);
 
-  // Queues answers for exactly this call, behind those already queued; each is given once, before the device's own rules
-  // are asked. `lasting`, if given, answers every call after that. Raises nothing. False when there is no room.
+  // Queues answers for exactly this call, behind those already queued; each is given once, before the device's own
+  // rules are asked. `lasting`, if given, answers every call after that. Raises nothing. False when there is no room.
   bool Script(const DeviceFunction& call, std::span<const DeviceAnswer> answers,
               std::optional<DeviceAnswer> lasting = std::nullopt);
   // The same with answers that all succeed.
@@ -91,7 +92,8 @@ class Device {
   // Forgets what was scripted for `call`, queued and lasting.
   void ClearScript(const DeviceFunction& call);
 
-  // A notification with this completion status (0: the wait ended well), whatever is pending. Returns its sequence number.
+  // A notification with this completion status (0: the wait ended well), whatever is pending. Returns its sequence
+  // number.
   std::uint64_t Raise(std::uint32_t status = 0);
 
   DeviceCounts Counts();

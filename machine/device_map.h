@@ -107,8 +107,8 @@ struct DeviceState {
   PendingWords sensor;
   PendingWords embeddedController;
   PendingWords emergency;
-  std::array<std::uint32_t, kPhoneBits> phonePcAnswers;                  // lasting, per bit
-  std::array<std::uint32_t, kFunction101CIndexes + 1> function101C;      // per index from 1; reading clears
+  std::array<std::uint32_t, kPhoneBits> phonePcAnswers;              // lasting, per bit
+  std::array<std::uint32_t, kFunction101CIndexes + 1> function101C;  // per index from 1; reading clears
 };
 
 struct DeviceNotification {
@@ -136,7 +136,7 @@ struct TracedCall {
 struct DeviceMap {
   std::atomic<std::uint64_t> magic;  // written last when the map is made
   std::uint64_t size;
-  pthread_mutex_t lock;              // process-shared, robust
+  pthread_mutex_t lock;  // process-shared, robust
 
   // Changes with every notification and every cancelled wait; waiters sleep on it.
   std::atomic<std::uint32_t> signal;
@@ -160,8 +160,9 @@ static_assert(std::atomic<std::uint32_t>::is_always_lock_free && std::atomic<std
 // Owner of one process's mapping of the file. Several in one process see the same memory.
 class DeviceMapping {
  public:
-  // Maps `<runtime>/device.map`; makes it, with a device that has everything and has nothing pending, when it is missing.
-  // Null, with a message for people in `error` (may be null), when that fails or another version wrote the file.
+  // Maps `<runtime>/device.map`; makes it, with a device that has everything and has nothing pending, when it is
+  // missing. Null, with a message for people in `error` (may be null), when that fails or another version wrote the
+  // file.
   static std::unique_ptr<DeviceMapping> OpenOrCreate(const std::string& runtime, std::string* error);
 
   // The same without making it: null when the machine has no device.

@@ -1,0 +1,22 @@
+# hkd_add_companion_library(<target> NAME <file name without ".dll"> [FOLDER <folder below bin>]
+#                           EXPORTS <names...> LIBS <targets...>)
+# A library that programs load at run time: called NAME.dll in both builds, exporting EXPORTS and nothing else.
+function(hkd_add_companion_library target)
+  cmake_parse_arguments(arg "" "NAME;FOLDER" "EXPORTS;LIBS" ${ARGN})
+  if(WIN32)
+    list(JOIN arg_EXPORTS "\n  " names)
+    set(exports "${CMAKE_CURRENT_BINARY_DIR}/${target}.def")
+    file(CONFIGURE OUTPUT "${exports}" CONTENT "LIBRARY ${arg_NAME}.dll\nEXPORTS\n  ${names}\n")
+    add_library(${target} MODULE "${exports}")
+  else()
+    list(JOIN arg_EXPORTS "; " names)
+    set(exports "${CMAKE_CURRENT_BINARY_DIR}/${target}.map")
+    file(CONFIGURE OUTPUT "${exports}" CONTENT "{ global: ${names}; local: *; };\n")
+    add_library(${target} MODULE)
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${exports}")
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS "${exports}")
+  endif()
+  target_link_libraries(${target} PRIVATE ${arg_LIBS})
+  set_target_properties(${target} PROPERTIES PREFIX "" SUFFIX ".dll" OUTPUT_NAME "${arg_NAME}" LINKER_LANGUAGE CXX
+    LIBRARY_OUTPUT_DIRECTORY "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${arg_FOLDER}")
+endfunction()

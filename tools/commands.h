@@ -1,0 +1,27 @@
+// The subcommands, by file. Each function adds its commands to the command line; a command chosen there sets
+// Options::action. `options` outlives the parsing and the action.
+#pragma once
+
+#include "tools/options.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+void AddWatchCommand(CLI::App& app, Options& options);  // watch
+
+// Host only: --machine and the commands that drive the simulated machine.
+void AddHostCommands(CLI::App& app, Options& options);
+void AddMachineCommands(CLI::App& app, Options& options);   // up, down, reboot, settle
+void AddStatusCommand(CLI::App& app, Options& options);     // status
+void AddServiceCommands(CLI::App& app, Options& options);   // start, stop, query
+void AddDeviceCommands(CLI::App& app, Options& options);    // press, sensor, ec, emergency, phone, raw
+void AddPowerCommands(CLI::App& app, Options& options);     // suspend, resume
+void AddSessionCommands(CLI::App& app, Options& options);   // logon, logoff
+void AddLogCommands(CLI::App& app, Options& options);       // log, trace
+void AddRegistryCommands(CLI::App& app, Options& options);  // reg ...
+void AddDemoCommand(CLI::App& app, Options& options);       // demo
+
+}  // namespace tool

@@ -1,0 +1,29 @@
+// The choice of the machine, and everything that needs one.
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <string>
+
+#include "platform/host/base/machine_directory.h"
+#include "tools/commands.h"
+
+namespace tool {
+
+void AddHostCommands(CLI::App& app, Options& options) {
+  // At once, while no other thread runs: what follows, children too, belongs to that machine.
+  auto choose = [](const std::string& directory) {
+    host::UseMachineDirectory(std::filesystem::absolute(directory).lexically_normal());
+  };
+  app.add_option_function<std::string>("--machine", choose, "the machine's directory (default: the user's own machine)")
+      ->type_name("DIR");
+  AddMachineCommands(app, options);
+  AddStatusCommand(app, options);
+  AddServiceCommands(app, options);
+  AddDeviceCommands(app, options);
+  AddPowerCommands(app, options);
+  AddSessionCommands(app, options);
+  AddLogCommands(app, options);
+  AddRegistryCommands(app, options);
+  AddDemoCommand(app, options);
+}
+
+}  // namespace tool

@@ -21,14 +21,14 @@ enum class Syntax : std::uint8_t { Ndr, Ndr64 };
 // A context handle as it travels: 4 bytes of attributes and a UUID. Null is all zero.
 struct ContextToken {
   std::array<std::byte, 20> bytes{};
-  bool IsNull() const;
+  bool IsNull() const { return *this == ContextToken{}; }
   bool operator==(const ContextToken&) const = default;
 };
 
 struct ContextHandleType {
   const char* name;
-  bool serialized;                 // calls on one handle run one after another
-  void (*rundown)(void* value);    // called with the value behind the handle
+  bool serialized;                         // calls on one handle run one after another
+  void (*rundown)(void* value) = nullptr;  // called with the value behind the handle; null in a client's description
 };
 
 enum class ParameterKind : std::uint8_t { Binding, Long, WideString, Context, Record };
@@ -38,21 +38,22 @@ struct Parameter {
   const char* name;
   ParameterKind kind;
   Direction direction;
-  std::uint8_t contextType = 0;    // index into InterfaceDescription::contextTypes, for Context
+  std::uint8_t contextType = 0;  // index into InterfaceDescription::contextTypes, for Context
 };
 
 // One argument of one call. Which members count follows from the parameter's kind.
 struct Argument {
-  std::uint32_t number = 0;               // Long
-  std::u16string text;                    // WideString, without its terminator
-  std::array<std::uint32_t, 3> record{};  // Record
-  ContextToken token;                     // Context, as on the wire
-  void* value = nullptr;                  // Context: what the handle stands for in this process; Binding: the binding
+  std::uint32_t number = 0;  // Long
+  std::u16string text;       // WideString, without its terminator
+  // Record: storage of three 32-bit words, in which the routine's structure lies.
+  alignas(std::uint32_t) std::array<std::byte, 12> record{};
+  ContextToken token;     // Context, as on the wire
+  void* value = nullptr;  // Context: what the handle stands for in this process; Binding: the binding
 };
 
 struct Call {
-  std::vector<Argument> arguments;        // one for each parameter, Binding included
-  std::uint32_t result = 0;               // the procedure's HRESULT
+  std::vector<Argument> arguments;  // one for each parameter, Binding included
+  std::uint32_t result = 0;         // the procedure's HRESULT
 };
 
 struct Procedure {
@@ -60,8 +61,9 @@ struct Procedure {
   bool asynchronous;
   std::span<const Parameter> parameters;
   // Calls the server routine with the arguments' storage: [out] locations point into `call`, which must stay where it
-  // is until the call is complete. `asyncState` is null for a synchronous procedure.
-  void (*invoke)(Call& call, void* asyncState);
+  // is until the call is complete. `asyncState` (a PRPC_ASYNC_STATE) is null for a synchronous procedure. Leaves with
+  // host::rpc::Raised where the routine raises. Null in a client's description.
+  void (*invoke)(Call& call, void* asyncState) = nullptr;
 };
 
 struct InterfaceDescription {
@@ -72,11 +74,15 @@ struct InterfaceDescription {
   std::span<const ContextHandleType> contextTypes;
 };
 
-// Reads the [in] parameters of a request. Answers 0 or the fault to send: 0x6F7 (bad stub data).
+// Reads the [in] parameters of a request and makes room for the others: afterwards `call` has one argument for each
+// parameter, [out] ones zero. Answers 0, or the fault to send: 0x6F7 (bad stub data), and `call` is then of no use.
+// Reads nothing outside `stub` and keeps no reference to it. A null context token is not looked at here.
 std::uint32_t ReadRequest(const Procedure& procedure, Syntax syntax, std::span<const std::byte> stub, Call& call);
-// Writes the [out] parameters and the result.
+
+// Appends the [out] parameters and the result; `stub` must begin as an empty vector (alignment counts from its start).
 void WriteResponse(const Procedure& procedure, Syntax syntax, const Call& call, std::vector<std::byte>& stub);
-// The client's side of the same.
+
+// The client's side of the same: [in] parameters out, [out] parameters and the result in.
 void WriteRequest(const Procedure& procedure, Syntax syntax, const Call& call, std::vector<std::byte>& stub);
 std::uint32_t ReadResponse(const Procedure& procedure, Syntax syntax, std::span<const std::byte> stub, Call& call);
 

@@ -1,9 +1,9 @@
 // Events and waiting.
 #pragma once
 
+#include "platform/host/base/access_rights.h"
 #include "platform/host/base/types.h"
 
-#define SYNCHRONIZE 0x00100000u
 #define EVENT_MODIFY_STATE 0x0002u
 #define EVENT_ALL_ACCESS 0x001F0003u
 

@@ -1,0 +1,19 @@
+// One alias for each kind of platform resource that the product owns.
+#pragma once
+
+#include "common/unique_resource.h"
+#include "platform/handles.h"
+#include "platform/memory.h"
+#include "platform/registry.h"
+#include "platform/security.h"
+#include "platform/services.h"
+
+namespace Quorvex::PC::Common {
+
+using UniqueHandle = UniqueResource<NullableCloser<HANDLE, CloseHandle>>;
+using UniqueRegistryKey = UniqueResource<NullableCloser<HKEY, RegCloseKey>>;
+using UniqueServiceHandle = UniqueResource<NullableCloser<SC_HANDLE, CloseServiceHandle>>;
+using UniqueSid = UniqueResource<NullableCloser<PSID, FreeSid>>;
+using UniqueAcl = UniqueResource<NullableCloser<PACL, LocalFree>>;
+
+}  // namespace Quorvex::PC::Common

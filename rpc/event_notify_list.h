@@ -1,0 +1,31 @@
+// The process-wide list of live subscriptions.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "common/mutex.h"
+#include "rpc/event_notify.h"
+
+namespace Quorvex::PC::Hkd04a7::Service {
+
+// Taken before a subscription's own lock, never after it.
+extern Common::Mutex g_RpcEventNotifyListLock;
+
+// In creation order. Never destroyed: thread-pool threads may still use it while the process ends.
+extern std::vector<std::shared_ptr<CRpcEventNotify>>& g_RpcEventNotifyList HKD_GUARDED_BY(g_RpcEventNotifyListLock);
+
+// From its return on the subscription receives every event. Throws std::bad_alloc when the list cannot grow.
+void AddToRpcEventNotifyList(std::shared_ptr<CRpcEventNotify> subscription) HKD_EXCLUDES(g_RpcEventNotifyListLock);
+
+// Removes every occurrence and keeps the others in order.
+void RemoveFromRpcEventNotifyList(const CRpcEventNotify* subscription) HKD_EXCLUDES(g_RpcEventNotifyListLock);
+
+// Hands an event to every subscription in list order. A subscription that cannot keep it is logged; the next one still
+// receives it.
+void DeliverToSubscriptions(const Hkd04a7Rpc_EventRecord& record) HKD_EXCLUDES(g_RpcEventNotifyListLock);
+
+// For the stop: no subscription accepts waits any more, and every pending wait is completed.
+void CancelAndNotAcceptWaitAllRpcEventNotify() HKD_EXCLUDES(g_RpcEventNotifyListLock);
+
+}  // namespace Quorvex::PC::Hkd04a7::Service

@@ -1,0 +1,15 @@
+#include "service/debug_log.h"
+
+#include "platform/debug_output.h"
+
+namespace Quorvex::PC::Hkd04a7 {
+
+bool g_enableLog = false;
+
+void WriteDebugLine(const WCHAR* format, std::span<const Common::FormatArgument> arguments) {
+  WCHAR line[200];
+  Common::FormatBounded(line, std::size(line), format, arguments);
+  OutputDebugStringW(line);
+}
+
+}  // namespace Quorvex::PC::Hkd04a7

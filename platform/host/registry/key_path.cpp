@@ -1,0 +1,39 @@
+#include "platform/host/registry/key_path.h"
+
+#include "platform/host/base/error_codes.h"
+#include "platform/host/registry/hives.h"
+
+namespace host::registry {
+
+DWORD MakeKeyPath(HKEY handle, const char16_t* subKey, REGSAM access, REGSAM rights, KeyPath* path) {
+  const std::optional<KeyHandle> from = FindKeyHandle(handle);
+  if (!from) return ERROR_INVALID_HANDLE;
+  if ((from->access & rights) != rights) return ERROR_ACCESS_DENIED;
+  constexpr REGSAM kBothViews = KEY_WOW64_32KEY | KEY_WOW64_64KEY;
+  if ((access & kBothViews) == kBothViews) return ERROR_INVALID_PARAMETER;
+
+  path->start = from->key;
+  if (from->key == kCurrentUser) {
+    path->start = kUsersRoot;
+    path->steps.push_back(CurrentUserHive());
+  }
+  const DWORD code = SplitPath(subKey, &path->steps);
+  if (code == ERROR_SUCCESS && (access & KEY_WOW64_32KEY)) RedirectTo32Bit(path->start, &path->steps);
+  return code;
+}
+
+DWORD CheckPathHive(Database& database, const KeyPath& path) {
+  return path.start == kUsersRoot && !path.steps.empty() ? CheckHive(database, path.steps[0]) : ERROR_SUCCESS;
+}
+
+DWORD FindKey(Database& database, const KeyPath& path, KeyId* key) {
+  *key = path.start;
+  if (path.steps.empty()) return ERROR_SUCCESS;
+  DWORD code = CheckPathHive(database, path);
+  if (code != ERROR_SUCCESS) return code;
+  std::size_t found = 0;
+  code = FollowPath(database, path.start, path.steps, key, &found);
+  return code == ERROR_SUCCESS && found < path.steps.size() ? ERROR_FILE_NOT_FOUND : code;
+}
+
+}  // namespace host::registry

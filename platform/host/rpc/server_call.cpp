@@ -1,0 +1,226 @@
+#include "platform/host/rpc/server_call.h"
+
+#include <new>
+#include <utility>
+
+#include "platform/host/base/fault_injection.h"
+#include "platform/host/rpc/fault_status.h"
+#include "platform/host/rpc/pdu_build.h"
+#include "platform/host/rpc/raised.h"
+#include "platform/host/rpc/server_posted_tasks.h"
+
+namespace host::rpc {
+
+namespace {
+
+thread_local ServerCall* currentCall = nullptr;
+
+class CurrentCallScope {
+ public:
+  explicit CurrentCallScope(ServerCall* call) { currentCall = call; }
+  ~CurrentCallScope() { currentCall = nullptr; }
+  CurrentCallScope(const CurrentCallScope&) = delete;
+  CurrentCallScope& operator=(const CurrentCallScope&) = delete;
+};
+
+bool IsInput(const Parameter& parameter) {
+  return parameter.kind == ParameterKind::Context && parameter.direction != Direction::Out;
+}
+
+bool IsOutput(const Parameter& parameter) {
+  return parameter.kind == ParameterKind::Context && parameter.direction != Direction::In;
+}
+
+}  // namespace
+
+ServerCall::ServerCall(const ServerTables& tables, ServerRequest request)
+    : tables_(tables), request_(std::move(request)) {
+  RpcAsyncInitializeHandle(&state_, sizeof(state_));
+  state_.RuntimeInfo = static_cast<AsyncCall*>(this);
+}
+
+ServerCall* ServerCall::Current() {
+  return currentCall;
+}
+
+std::uint32_t ServerCall::TakeHandles(bool* waiting) {
+  const auto& parameters = request_.procedure->parameters;
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    if (!IsInput(parameters[i])) continue;
+    const auto& type = request_.interface->description->contextTypes[parameters[i].contextType];
+    auto handle = tables_.contexts.Find(*request_.association, request_.call.arguments[i].token, type);
+    if (!handle) {
+      handles_.clear();
+      return kFaultContextMismatch;
+    }
+    handles_.push_back(std::move(handle));
+  }
+  for (const auto& handle : handles_) {
+    if (tables_.contexts.BeginUse(*handle, shared_from_this()) == Use::Waiting) *waiting = true;
+  }
+  return 0;
+}
+
+std::shared_ptr<Task> ServerCall::Refuse(std::uint32_t fault) {
+  answered_ = true;
+  SendFault(fault, false);
+  auto next = RoutineLeft();
+  auto other = HalfEnded();
+  return next ? next : other;
+}
+
+std::shared_ptr<Task> ServerCall::Run() {
+  // While it stood in line the handle may have been closed or the client may have gone.
+  if (request_.connection->Closed() || !SetValues()) return Refuse(kFaultContextMismatch);
+  if (request_.procedure->asynchronous) self_ = shared_from_this();
+  const std::uint32_t fault = Invoke();
+  if (fault == 0 && request_.procedure->asynchronous) return RoutineLeft();
+  std::shared_ptr<Task> next;
+  if (!answered_.exchange(true)) {
+    if (fault == 0) SendResponse();
+    if (fault != 0) SendFault(fault, true);
+    self_.reset();
+    next = HalfEnded();
+  }
+  auto other = RoutineLeft();
+  return next ? next : other;
+}
+
+bool ServerCall::SetValues() {
+  const auto& parameters = request_.procedure->parameters;
+  auto handle = handles_.begin();
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    auto& argument = request_.call.arguments[i];
+    if (parameters[i].kind == ParameterKind::Binding) argument.value = static_cast<AsyncCall*>(this);
+    if (IsInput(parameters[i]) && !tables_.contexts.Value(**handle++, &argument.value)) return false;
+  }
+  return true;
+}
+
+// Runs the routine. Answers the fault it left with, or 0.
+std::uint32_t ServerCall::Invoke() {
+  const CurrentCallScope scope(this);
+  try {
+    request_.procedure->invoke(request_.call, request_.procedure->asynchronous ? &state_ : nullptr);
+    return 0;
+  } catch (const Raised& raised) {
+    return FaultFromStatus(raised.status);
+  } catch (const std::bad_alloc&) {
+    return FaultFromStatus(RPC_S_OUT_OF_MEMORY);
+  }
+}
+
+void ServerCall::SendResponse() {
+  GiveOutHandles();
+  Bytes bytes;
+  if (!orphaned_) {
+    Bytes stub;
+    WriteResponse(*request_.procedure, request_.syntax, request_.call, stub);
+    ResponsePdu response;
+    response.contextId = request_.presentationContext;
+    response.stub = stub;
+    AppendResponse(request_.callId, response, request_.maxFragment, bytes);
+  }
+  request_.connection->SendReply(request_.callId, bytes);
+}
+
+void ServerCall::SendFault(std::uint32_t status, bool executed) {
+  Bytes bytes;
+  FaultPdu fault;
+  fault.contextId = request_.presentationContext;
+  fault.status = status;
+  if (!orphaned_) AppendFault(request_.callId, fault, executed ? 0 : kDidNotExecute, bytes);
+  request_.connection->SendReply(request_.callId, bytes);
+}
+
+// Turns the values that the routine left in [out] handles into handles, and closes those it set to null.
+void ServerCall::GiveOutHandles() {
+  const auto& parameters = request_.procedure->parameters;
+  auto handle = handles_.begin();
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    auto& argument = request_.call.arguments[i];
+    if (IsInput(parameters[i])) {
+      const auto& given = *handle++;
+      if (IsOutput(parameters[i])) tables_.contexts.Update(*request_.association, *given, argument.value);
+    }
+    if (!IsOutput(parameters[i])) continue;
+    if (argument.value == nullptr) argument.token = {};
+    if (argument.value == nullptr || parameters[i].direction != Direction::Out) continue;
+    std::shared_ptr<Task> rundown;
+    const auto& type = request_.interface->description->contextTypes[parameters[i].contextType];
+    argument.token = tables_.contexts.Add(*request_.association, type, argument.value, &rundown);
+    if (rundown) tables_.posted.Post(std::move(rundown));
+  }
+}
+
+// An asynchronous call keeps a serialized handle until it is answered; any other handle only while a routine runs on
+// it.
+bool ServerCall::HoldsHandlesUntilReply() const {
+  for (const auto& handle : handles_) {
+    if (handle->type.serialized) return true;
+  }
+  return false;
+}
+
+std::shared_ptr<Task> ServerCall::LeaveHandles() {
+  std::shared_ptr<Task> next;
+  for (const auto& handle : handles_) {
+    auto ready = tables_.contexts.Leave(handle);
+    if (ready && next) tables_.posted.Post(std::move(ready));
+    if (ready) next = std::move(ready);
+  }
+  return next;
+}
+
+std::shared_ptr<Task> ServerCall::RoutineLeft() {
+  std::shared_ptr<Task> next;
+  if (!HoldsHandlesUntilReply()) next = LeaveHandles();
+  auto other = HalfEnded();
+  return next ? next : other;
+}
+
+// Ends the call with the second of its two halves.
+std::shared_ptr<Task> ServerCall::HalfEnded() {
+  if (--open_ > 0) return nullptr;
+  std::shared_ptr<Task> next;
+  if (HoldsHandlesUntilReply()) next = LeaveHandles();
+  tables_.interfaces.CallEnded(*request_.interface, *request_.procedure);
+  return next;
+}
+
+void ServerCall::MarkOrphaned() {
+  cancelled_ = true;
+  orphaned_ = true;
+}
+
+RPC_STATUS ServerCall::Complete(PRPC_ASYNC_STATE, void* reply) {
+  if (!request_.procedure->asynchronous || answered_.exchange(true)) return RPC_S_INVALID_ASYNC_CALL;
+  const auto self = std::move(self_);
+  if (const auto code = InjectedFailure("RpcAsyncCompleteCall")) return EndUnanswered(static_cast<RPC_STATUS>(*code));
+  if (reply != nullptr) request_.call.result = *static_cast<const std::uint32_t*>(reply);
+  SendResponse();
+  tables_.posted.Post(HalfEnded());
+  return RPC_S_OK;
+}
+
+RPC_STATUS ServerCall::Abort(PRPC_ASYNC_STATE, ULONG exceptionCode) {
+  if (!request_.procedure->asynchronous || answered_.exchange(true)) return RPC_S_INVALID_ASYNC_CALL;
+  const auto self = std::move(self_);
+  if (const auto code = InjectedFailure("RpcAsyncAbortCall")) return EndUnanswered(static_cast<RPC_STATUS>(*code));
+  SendFault(FaultFromStatus(static_cast<RPC_STATUS>(exceptionCode)), true);
+  tables_.posted.Post(HalfEnded());
+  return RPC_S_OK;
+}
+
+// A call whose outcome could not be handed over is over all the same.
+RPC_STATUS ServerCall::EndUnanswered(RPC_STATUS status) {
+  request_.connection->SendReply(request_.callId, {});
+  tables_.posted.Post(HalfEnded());
+  return status;
+}
+
+RPC_STATUS ServerCall::TestCancel() {
+  return cancelled_ ? RPC_S_OK : RPC_S_CALL_IN_PROGRESS;
+}
+
+}  // namespace host::rpc

@@ -1,0 +1,129 @@
+#include "platform/host/rpc/server_connection.h"
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/host/rpc/server_call.h"
+
+namespace host::rpc {
+
+namespace {
+
+// Above the first a connection is not read, below the second it is again.
+constexpr std::size_t kUnsentHigh = 256 * 1024;
+constexpr std::size_t kUnsentLow = 64 * 1024;
+
+}  // namespace
+
+ServerConnection::ServerConnection(std::uint64_t id, int socket, const Peer& peer, int epoll)
+    : id_(id), peer_(peer), epoll_(epoll), socket_(socket) {}
+
+ServerConnection::~ServerConnection() {
+  if (socket_ >= 0) close(socket_);
+}
+
+bool ServerConnection::Watch() {
+  std::lock_guard guard(lock_);
+  interest_ = EPOLLIN;
+  epoll_event event{interest_, {.u64 = id_}};
+  return epoll_ctl(epoll_, EPOLL_CTL_ADD, socket_, &event) == 0;
+}
+
+ssize_t ServerConnection::Receive(std::span<std::byte> room) {
+  const ssize_t size = recv(socket_, room.data(), room.size(), MSG_DONTWAIT);
+  if (size > 0) return size;
+  return size < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : -1;
+}
+
+std::size_t ServerConnection::UnsentBytes() const {
+  std::lock_guard guard(lock_);
+  return unsent_.size() - unsentStart_;
+}
+
+void ServerConnection::Send(std::span<const std::byte> bytes) {
+  std::lock_guard guard(lock_);
+  SendLocked(bytes);
+}
+
+void ServerConnection::SendReply(std::uint32_t callId, std::span<const std::byte> bytes) {
+  std::shared_ptr<ServerCall> ended;  // let go of after the lock
+  std::lock_guard guard(lock_);
+  const auto found = calls_.find(callId);
+  if (found == calls_.end()) return;
+  ended = std::move(found->second);
+  calls_.erase(found);
+  SendLocked(bytes);
+}
+
+void ServerConnection::SendLocked(std::span<const std::byte> bytes) {
+  if (socket_ < 0 || broken_) return;
+  if (unsent_.empty()) bytes = bytes.subspan(Write(bytes));
+  if (bytes.empty() || broken_) return;
+  unsent_.insert(unsent_.end(), bytes.begin(), bytes.end());
+  UpdateInterest();
+}
+
+// How much the socket took. A socket that fails is shut down, so that the polling thread learns of it.
+std::size_t ServerConnection::Write(std::span<const std::byte> bytes) {
+  const ssize_t size = send(socket_, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+  if (size >= 0) return static_cast<std::size_t>(size);
+  if (errno != EAGAIN && errno != EINTR) {
+    broken_ = true;
+    shutdown(socket_, SHUT_RDWR);
+  }
+  return 0;
+}
+
+void ServerConnection::Flush() {
+  std::lock_guard guard(lock_);
+  if (socket_ < 0) return;
+  if (!broken_ && !unsent_.empty()) unsentStart_ += Write(std::span(unsent_).subspan(unsentStart_));
+  if (broken_ || unsentStart_ == unsent_.size()) {
+    unsent_.clear();
+    unsentStart_ = 0;
+  } else if (unsentStart_ >= kUnsentLow) {
+    unsent_.erase(unsent_.begin(), unsent_.begin() + static_cast<std::ptrdiff_t>(unsentStart_));
+    unsentStart_ = 0;
+  }
+  UpdateInterest();
+}
+
+void ServerConnection::UpdateInterest() {
+  const std::size_t size = unsent_.size() - unsentStart_;
+  if (size > kUnsentHigh) overfull_ = true;
+  if (size < kUnsentLow) overfull_ = false;
+  const std::uint32_t interest = (overfull_ ? 0u : EPOLLIN) | (size > 0 ? EPOLLOUT : 0u);
+  if (std::exchange(interest_, interest) == interest) return;
+  epoll_event event{interest, {.u64 = id_}};
+  epoll_ctl(epoll_, EPOLL_CTL_MOD, socket_, &event);
+}
+
+void ServerConnection::Close() {
+  decltype(calls_) calls;  // let go of after the lock
+  std::lock_guard guard(lock_);
+  if (socket_ < 0) return;
+  closed_ = true;
+  epoll_ctl(epoll_, EPOLL_CTL_DEL, socket_, nullptr);
+  close(std::exchange(socket_, -1));
+  unsent_.clear();
+  unsentStart_ = 0;
+  calls.swap(calls_);
+  for (const auto& [callId, call] : calls) call->MarkCancelled();
+}
+
+bool ServerConnection::AddCall(std::uint32_t callId, std::shared_ptr<ServerCall> call) {
+  std::lock_guard guard(lock_);
+  return calls_.emplace(callId, std::move(call)).second;
+}
+
+std::shared_ptr<ServerCall> ServerConnection::FindCall(std::uint32_t callId) const {
+  std::lock_guard guard(lock_);
+  const auto found = calls_.find(callId);
+  return found == calls_.end() ? nullptr : found->second;
+}
+
+}  // namespace host::rpc

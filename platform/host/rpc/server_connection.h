@@ -1,0 +1,82 @@
+// One client connection: its socket, what has been read of it and what could not be written yet, its calls.
+//
+// Sending never waits: what the socket does not take is kept and written by the polling thread when it can. A
+// connection that keeps too much is not read until its client has caught up, so it cannot ask for more.
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <vector>
+
+#include "platform/host/rpc/server_peer.h"
+
+namespace host::rpc {
+
+class ServerCall;
+
+class ServerConnection {
+ public:
+  // Takes `socket` over; `id` is what `epoll` reports it as.
+  ServerConnection(std::uint64_t id, int socket, const Peer& peer, int epoll);
+  ~ServerConnection();
+  ServerConnection(const ServerConnection&) = delete;
+  ServerConnection& operator=(const ServerConnection&) = delete;
+
+  std::uint64_t id() const { return id_; }
+  const Peer& peer() const { return peer_; }
+
+  // --- polling thread only ---
+
+  // Has the socket watched from now on. False when the system cannot.
+  bool Watch();
+  // Reads once what has arrived into `room`. Its size, 0 when there was nothing yet, -1 at the end of the stream.
+  ssize_t Receive(std::span<std::byte> room);
+  // Writes what has been kept, as far as the socket takes it.
+  void Flush();
+  // Ends the connection: closes the socket and marks its calls as cancelled. Later sends are dropped.
+  void Close();
+
+  // --- any thread ---
+
+  // False while the client has to catch up with its replies.
+  bool MayRead() const { return !overfull_.load(std::memory_order_relaxed); }
+  bool Closed() const { return closed_.load(std::memory_order_relaxed); }
+  std::size_t UnsentBytes() const;
+
+  void Send(std::span<const std::byte> bytes);
+
+  // False when a call of that number is in progress already.
+  bool AddCall(std::uint32_t callId, std::shared_ptr<ServerCall> call);
+  std::shared_ptr<ServerCall> FindCall(std::uint32_t callId) const;
+  // Ends the call's number and sends its reply, in one step: the client may use the number again on reading it.
+  void SendReply(std::uint32_t callId, std::span<const std::byte> bytes);
+
+ private:
+  std::size_t Write(std::span<const std::byte> bytes);
+  void SendLocked(std::span<const std::byte> bytes);
+  void UpdateInterest();
+
+  const std::uint64_t id_;
+  const Peer peer_;
+  const int epoll_;
+
+  std::atomic<bool> overfull_{false};
+  std::atomic<bool> closed_{false};
+
+  mutable std::mutex lock_;  // guards all below, and every use of the socket but reading; taken last
+  int socket_;
+  bool broken_ = false;  // the client is gone; the polling thread finds the same and closes
+  std::uint32_t interest_ = 0;
+  std::vector<std::byte> unsent_;
+  std::size_t unsentStart_ = 0;
+  std::map<std::uint32_t, std::shared_ptr<ServerCall>> calls_;
+};
+
+}  // namespace host::rpc

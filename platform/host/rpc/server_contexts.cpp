@@ -1,0 +1,174 @@
+#include "platform/host/rpc/server_contexts.h"
+
+#include <cstring>
+#include <random>
+#include <utility>
+
+#include "platform/host/rpc/raised.h"
+
+namespace host::rpc {
+
+namespace {
+
+constexpr std::size_t kAttributesSize = 4;
+
+bool Serialized(const ContextHandle& handle) {
+  return handle.type.serialized;
+}
+
+}  // namespace
+
+// Runs the rundown routines of handles that nobody uses or can name any more.
+class RundownTask : public Task {
+ public:
+  RundownTask(ContextTable& table, ContextHandles handles) : table_(table), handles_(std::move(handles)) {}
+
+  std::shared_ptr<Task> Run() override {
+    for (const auto& handle : handles_) {
+      try {
+        handle->type.rundown(handle->value);
+      } catch (const Raised&) {
+        // There is no client left to tell.
+      }
+      table_.RundownDone(*handle);
+    }
+    return nullptr;
+  }
+
+ private:
+  ContextTable& table_;
+  ContextHandles handles_;
+};
+
+std::shared_ptr<Association> ContextTable::Create(const Peer& client) {
+  std::lock_guard guard(lock_);
+  while (nextAssociation_ == 0 || associations_.count(nextAssociation_) != 0) ++nextAssociation_;
+  auto association = std::make_shared<Association>(nextAssociation_++, client);
+  association->connections = 1;
+  associations_.emplace(association->id, association);
+  return association;
+}
+
+std::shared_ptr<Association> ContextTable::Join(std::uint32_t id, const Peer& client) {
+  std::lock_guard guard(lock_);
+  const auto found = associations_.find(id);
+  if (found == associations_.end() || !found->second->owner.SameProcess(client)) return nullptr;
+  ++found->second->connections;
+  return found->second;
+}
+
+std::shared_ptr<Task> ContextTable::Disconnect(const std::shared_ptr<Association>& association) {
+  std::lock_guard guard(lock_);
+  if (--association->connections > 0) return nullptr;
+  associations_.erase(association->id);
+  ContextHandles idle;
+  for (auto& [number, handle] : std::exchange(association->handles, {})) {
+    handle->open = false;
+    handle->rundownDue = handle->users > 0;
+    if (!handle->rundownDue) idle.push_back(handle);
+  }
+  return idle.empty() ? nullptr : std::make_shared<RundownTask>(*this, std::move(idle));
+}
+
+std::shared_ptr<ContextHandle> ContextTable::Find(Association& association, const ContextToken& token,
+                                                  const ContextHandleType& type) {
+  std::uint64_t number = 0;
+  std::memcpy(&number, token.bytes.data() + kAttributesSize, sizeof(number));
+  std::lock_guard guard(lock_);
+  const auto found = association.handles.find(number);
+  if (found == association.handles.end()) return nullptr;
+  const auto& handle = found->second;
+  return handle->token == token && &handle->type == &type ? handle : nullptr;
+}
+
+Use ContextTable::BeginUse(ContextHandle& handle, const std::shared_ptr<Task>& task) {
+  std::lock_guard guard(lock_);
+  if (Serialized(handle) && handle.users > 0) {
+    handle.line.push_back(task);
+    return Use::Waiting;
+  }
+  ++handle.users;
+  return Use::Granted;
+}
+
+std::shared_ptr<Task> ContextTable::Leave(const std::shared_ptr<ContextHandle>& handle) {
+  std::lock_guard guard(lock_);
+  if (!handle->line.empty()) {
+    // The use passes on to the next in line.
+    auto next = std::move(handle->line.front());
+    handle->line.pop_front();
+    return next;
+  }
+  if (--handle->users > 0 || !std::exchange(handle->rundownDue, false)) return nullptr;
+  return std::make_shared<RundownTask>(*this, ContextHandles{handle});
+}
+
+bool ContextTable::Value(ContextHandle& handle, void** value) {
+  std::lock_guard guard(lock_);
+  *value = handle.value;
+  return handle.open;
+}
+
+ContextToken ContextTable::Add(Association& association, const ContextHandleType& type, void* value,
+                               std::shared_ptr<Task>* rundown) {
+  std::lock_guard guard(lock_);
+  const std::uint64_t number = nextHandle_++;
+  auto handle = std::make_shared<ContextHandle>(type, MakeToken(number), number, value);
+  ++handlesByType_[type.name];
+  if (association.connections > 0) {
+    association.handles.emplace(number, handle);
+  } else {
+    handle->open = false;
+    *rundown = std::make_shared<RundownTask>(*this, ContextHandles{handle});
+  }
+  return handle->token;
+}
+
+void ContextTable::Update(Association& association, ContextHandle& handle, void* value) {
+  std::lock_guard guard(lock_);
+  handle.value = value;
+  if (value != nullptr || (!handle.open && !handle.rundownDue)) return;
+  handle.open = false;
+  handle.rundownDue = false;
+  association.handles.erase(handle.number);
+  Forget(handle);
+}
+
+void ContextTable::RundownDone(const ContextHandle& handle) {
+  std::lock_guard guard(lock_);
+  Forget(handle);
+}
+
+void ContextTable::Forget(const ContextHandle& handle) {
+  const auto entry = handlesByType_.find(handle.type.name);
+  if (--entry->second == 0) handlesByType_.erase(entry);
+}
+
+// Attributes 0; the UUID is the handle's number with a part that cannot be guessed behind it.
+ContextToken ContextTable::MakeToken(std::uint64_t number) {
+  thread_local std::random_device random;
+  const std::uint64_t tail = (std::uint64_t{random()} << 32) | random();
+  ContextToken token;
+  std::memcpy(token.bytes.data() + kAttributesSize, &number, sizeof(number));
+  std::memcpy(token.bytes.data() + kAttributesSize + sizeof(number), &tail, sizeof(tail));
+  return token;
+}
+
+unsigned ContextTable::AssociationCount() const {
+  std::lock_guard guard(lock_);
+  return static_cast<unsigned>(associations_.size());
+}
+
+unsigned ContextTable::HandleCount() const {
+  std::lock_guard guard(lock_);
+  unsigned handles = 0;
+  for (const auto& [name, count] : handlesByType_) handles += count;
+  return handles;
+}
+
+std::map<std::string, unsigned> ContextTable::HandlesByType() const {
+  std::lock_guard guard(lock_);
+  return handlesByType_;
+}
+
+}  // namespace host::rpc

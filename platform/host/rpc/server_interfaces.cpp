@@ -1,0 +1,81 @@
+#include "platform/host/rpc/server_interfaces.h"
+
+#include <cstring>
+
+namespace host::rpc {
+
+bool SameUuid(const UUID& left, const UUID& right) {
+  return std::memcmp(&left, &right, sizeof(UUID)) == 0;
+}
+
+ServerInterface* InterfaceTable::Entry(const InterfaceDescription& description) {
+  for (auto& entry : interfaces_) {
+    if (entry->description == &description) return entry.get();
+  }
+  return nullptr;
+}
+
+RPC_STATUS InterfaceTable::Register(const InterfaceDescription& description, unsigned maxCalls) {
+  std::lock_guard guard(lock_);
+  ServerInterface* entry = Entry(description);
+  if (entry == nullptr) entry = interfaces_.emplace_back(std::make_unique<ServerInterface>()).get();
+  if (entry->registered) return RPC_S_TYPE_ALREADY_REGISTERED;
+  entry->description = &description;
+  entry->maxCalls = maxCalls;
+  entry->registered = true;
+  return RPC_S_OK;
+}
+
+RPC_STATUS InterfaceTable::Unregister(const InterfaceDescription& description, bool wait) {
+  std::unique_lock guard(lock_);
+  ServerInterface* entry = Entry(description);
+  if (entry == nullptr || !entry->registered) return RPC_S_UNKNOWN_IF;
+  entry->registered = false;
+  if (wait) callsEnded_.wait(guard, [entry] { return entry->openCalls == 0; });
+  return RPC_S_OK;
+}
+
+ServerInterface* InterfaceTable::Find(const UUID& uuid, std::uint16_t major, std::uint16_t minor) {
+  std::lock_guard guard(lock_);
+  for (auto& entry : interfaces_) {
+    const auto& description = *entry->description;
+    if (entry->registered && SameUuid(description.uuid, uuid) && description.majorVersion == major &&
+        minor <= description.minorVersion) {
+      return entry.get();
+    }
+  }
+  return nullptr;
+}
+
+Admission InterfaceTable::Admit(ServerInterface& interface, const Procedure& procedure) {
+  std::lock_guard guard(lock_);
+  if (!interface.registered) return Admission::UnknownInterface;
+  if (!procedure.asynchronous) {
+    if (interface.limitedCalls >= interface.maxCalls) return Admission::TooBusy;
+    ++interface.limitedCalls;
+  }
+  ++interface.openCalls;
+  return Admission::Admitted;
+}
+
+void InterfaceTable::CallEnded(ServerInterface& interface, const Procedure& procedure) {
+  std::lock_guard guard(lock_);
+  if (!procedure.asynchronous) --interface.limitedCalls;
+  if (--interface.openCalls == 0) callsEnded_.notify_all();
+}
+
+unsigned InterfaceTable::OpenCalls() const {
+  std::lock_guard guard(lock_);
+  unsigned calls = 0;
+  for (const auto& entry : interfaces_) calls += entry->openCalls;
+  return calls;
+}
+
+unsigned InterfaceTable::AsynchronousCalls() const {
+  std::lock_guard guard(lock_);
+  unsigned calls = 0;
+  for (const auto& entry : interfaces_) calls += entry->openCalls - entry->limitedCalls;
+  return calls;
+}
+
+}  // namespace host::rpc

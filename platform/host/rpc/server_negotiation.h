@@ -1,0 +1,26 @@
+// Which interfaces and transfer syntaxes a bind or alter_context gets.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "platform/host/rpc/pdu.h"
+#include "platform/host/rpc/server_interfaces.h"
+
+namespace host::rpc {
+
+struct PresentationContext {
+  ServerInterface* interface = nullptr;
+  Syntax syntax = Syntax::Ndr;
+};
+
+using PresentationContexts = std::map<std::uint16_t, PresentationContext>;
+
+// One result for each element. What is accepted is entered in `contexts`. Of the elements that offer one interface,
+// only those of the preferred syntax are accepted: NDR64 where it is offered, else NDR. Bind-time features are answered
+// where `features` says so (in a bind).
+std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const std::vector<ContextElement>& elements,
+                                     bool features, PresentationContexts& contexts);
+
+}  // namespace host::rpc

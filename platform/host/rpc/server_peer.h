@@ -1,0 +1,23 @@
+// Who is at the other end of a connection: what the kernel says, never what the client says.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+
+namespace host::rpc {
+
+// A process. The start time (clock ticks since boot) tells it from a later one with the same number.
+struct Peer {
+  pid_t pid = 0;
+  uid_t user = 0;
+  std::uint64_t startTime = 0;
+
+  bool SameProcess(const Peer& other) const { return pid == other.pid && startTime == other.startTime; }
+};
+
+// The process that connected `socket`. Empty when it has ended already or cannot be told.
+std::optional<Peer> LookUpPeer(int socket);
+
+}  // namespace host::rpc

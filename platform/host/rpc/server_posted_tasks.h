@@ -1,0 +1,35 @@
+// Tasks that have become ready on a thread other than the polling one, which runs them.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <mutex>
+
+#include "platform/host/rpc/server_threads.h"
+
+namespace host::rpc {
+
+// Thread safe; its lock is taken last.
+class PostedTasks {
+ public:
+  PostedTasks();
+  ~PostedTasks();
+  PostedTasks(const PostedTasks&) = delete;
+  PostedTasks& operator=(const PostedTasks&) = delete;
+
+  // Readable while a task has been posted since the last Acknowledge; -1 when the system had no descriptor left.
+  int descriptor() const { return event_; }
+  void Acknowledge();
+
+  // Null is passed over. Never waits.
+  void Post(std::shared_ptr<Task> task);
+  // The oldest, or null.
+  std::shared_ptr<Task> Take();
+
+ private:
+  const int event_;
+  std::mutex lock_;
+  std::deque<std::shared_ptr<Task>> tasks_;
+};
+
+}  // namespace host::rpc

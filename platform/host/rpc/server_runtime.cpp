@@ -1,0 +1,227 @@
+#include "platform/host/rpc/server_runtime.h"
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace host::rpc {
+
+namespace {
+
+// What epoll reports posted tasks as; endpoints and connections are numbered from there on.
+constexpr std::uint64_t kPostedId = 1;
+constexpr int kEventsAtOnce = 64;
+constexpr int kAcceptsAtOnce = 16;
+// How many tasks may go by before the sockets are looked at again.
+constexpr unsigned kTasksPerPoll = 32;
+// How often accepting is tried again when the process has run out of file descriptors, in milliseconds.
+constexpr int kAcceptRetry = 500;
+constexpr int kForever = -1;
+
+void WatchFor(int epoll, int operation, int descriptor, std::uint64_t id, std::uint32_t events) {
+  epoll_event event{events, {.u64 = id}};
+  epoll_ctl(epoll, operation, descriptor, &event);
+}
+
+bool OutOfDescriptors(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+}  // namespace
+
+ServerRuntime& ServerRuntime::Instance() {
+  static ServerRuntime* const runtime = new ServerRuntime;
+  return *runtime;
+}
+
+ServerRuntime::ServerRuntime() : epoll_(epoll_create1(EPOLL_CLOEXEC)), nextId_(kPostedId + 1) {
+  WatchFor(epoll_, EPOLL_CTL_ADD, posted_.descriptor(), kPostedId, EPOLLIN);
+}
+
+RPC_STATUS ServerRuntime::StartThreads() {
+  const bool usable = epoll_ >= 0 && posted_.descriptor() >= 0;
+  return usable && threads_.Start() ? RPC_S_OK : RPC_S_OUT_OF_RESOURCES;
+}
+
+RPC_STATUS ServerRuntime::AddEndpoint(const std::string& name, int backlog, const std::string& descriptor) {
+  if (const auto status = StartThreads()) return status;
+  ServerEndpoint endpoint{name, -1, descriptor};
+  if (const auto status = OpenEndpoint(name, backlog, &endpoint.socket)) return status;
+  std::lock_guard guard(lock_);
+  const std::uint64_t id = nextId_++;
+  endpoints_.emplace(id, endpoint);
+  WatchFor(epoll_, EPOLL_CTL_ADD, endpoint.socket, id, EPOLLIN);
+  return RPC_S_OK;
+}
+
+std::vector<std::string> ServerRuntime::EndpointNames() const {
+  std::lock_guard guard(lock_);
+  std::vector<std::string> names;
+  for (const auto& [id, endpoint] : endpoints_) names.push_back(endpoint.name);
+  return names;
+}
+
+void ServerRuntime::CloseEndpoints() {
+  std::lock_guard guard(lock_);
+  for (const auto& [id, endpoint] : std::exchange(endpoints_, {})) CloseEndpoint(endpoint);
+}
+
+RPC_STATUS ServerRuntime::Listen() {
+  std::unique_lock guard(lock_);
+  if (listening_) return RPC_S_ALREADY_LISTENING;
+  if (endpoints_.empty()) return RPC_S_NO_PROTSEQS_REGISTERED;
+  listening_ = true;
+  listenEnds_.wait(guard, [this] { return !listening_; });
+  return RPC_S_OK;
+}
+
+void ServerRuntime::EndListening() {
+  std::lock_guard guard(lock_);
+  listening_ = false;
+  listenEnds_.notify_all();
+}
+
+unsigned ServerRuntime::ConnectionCount() const {
+  std::lock_guard guard(lock_);
+  return static_cast<unsigned>(sessions_.size());
+}
+
+std::size_t ServerRuntime::UnsentBytes() const {
+  std::vector<std::shared_ptr<ServerSession>> sessions;
+  {
+    std::lock_guard guard(lock_);
+    for (const auto& [id, session] : sessions_) sessions.push_back(session);
+  }
+  std::size_t bytes = 0;
+  for (const auto& session : sessions) bytes += session->connection().UnsentBytes();
+  return bytes;
+}
+
+// What is ready goes before what has been read, and that before what is still in the sockets, but none for ever.
+std::shared_ptr<Task> ServerRuntime::Next() {
+  if (sincePoll_ < kTasksPerPoll) {
+    ++sincePoll_;
+    if (auto task = posted_.Take()) return task;
+    if (!withInput_.empty()) return NextFromSessions();
+  }
+  sincePoll_ = 0;
+  const int whenIdle = acceptingPaused_ ? kAcceptRetry : kForever;
+  Poll(withInput_.empty() ? whenIdle : 0);
+  return nullptr;
+}
+
+// One PDU of each session in turn.
+std::shared_ptr<Task> ServerRuntime::NextFromSessions() {
+  const auto session = std::move(withInput_.front());
+  withInput_.pop_front();
+  session->queued = false;
+  std::shared_ptr<Task> task;
+  const bool more = session->Next(&task);
+  if (more) {
+    Queue(session);
+  } else if (session->Over()) {
+    task = End(*session);
+  }
+  return task;
+}
+
+void ServerRuntime::Queue(const std::shared_ptr<ServerSession>& session) {
+  if (std::exchange(session->queued, true)) return;
+  withInput_.push_back(session);
+}
+
+std::shared_ptr<Task> ServerRuntime::End(ServerSession& session) {
+  auto rundown = session.End();
+  std::shared_ptr<ServerSession> ended;  // let go of after the lock
+  {
+    std::lock_guard guard(lock_);
+    const auto found = sessions_.find(session.connection().id());
+    if (found == sessions_.end()) return rundown;
+    ended = std::move(found->second);
+    sessions_.erase(found);
+  }
+  if (acceptingPaused_) PauseAccepting(false);
+  return rundown;
+}
+
+std::shared_ptr<ServerSession> ServerRuntime::FindSession(std::uint64_t id) const {
+  std::lock_guard guard(lock_);
+  const auto found = sessions_.find(id);
+  return found == sessions_.end() ? nullptr : found->second;
+}
+
+void ServerRuntime::Poll(int timeout) {
+  epoll_event events[kEventsAtOnce];
+  const int count = epoll_wait(epoll_, events, kEventsAtOnce, timeout);
+  if (count == 0 && acceptingPaused_) PauseAccepting(false);
+  for (int i = 0; i < count; ++i) HandleEvent(events[i].data.u64, events[i].events);
+}
+
+void ServerRuntime::HandleEvent(std::uint64_t id, std::uint32_t events) {
+  if (id == kPostedId) return posted_.Acknowledge();
+  const auto session = FindSession(id);
+  if (!session) return AcceptFrom(id);
+  auto& connection = session->connection();
+  if ((events & EPOLLOUT) != 0) connection.Flush();
+  const bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;
+  if (connection.MayRead()) {
+    session->Receive();
+  } else if (hungUp) {
+    session->SetHungUp();
+  }
+  Queue(session);
+}
+
+void ServerRuntime::AcceptFrom(std::uint64_t listener) {
+  int listening = -1;
+  std::string endpoint;
+  {
+    std::lock_guard guard(lock_);
+    const auto found = endpoints_.find(listener);
+    if (found == endpoints_.end()) return;
+    listening = found->second.socket;
+    endpoint = found->second.name;
+  }
+  for (int i = 0; i < kAcceptsAtOnce; ++i) {
+    const int socket = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (socket >= 0) {
+      AcceptOne(socket, endpoint);
+    } else if (OutOfDescriptors(errno)) {
+      return PauseAccepting(true);
+    } else if (errno != ECONNABORTED && errno != EINTR) {
+      return;
+    }
+  }
+}
+
+// The one place where a connection is admitted: its client is looked up here, and never again.
+void ServerRuntime::AcceptOne(int socket, const std::string& endpoint) {
+  const auto peer = LookUpPeer(socket);
+  if (!peer) {
+    close(socket);
+    return;
+  }
+  auto connection = std::make_shared<ServerConnection>(TakeId(), socket, *peer, epoll_);
+  if (!connection->Watch()) return;
+  std::lock_guard guard(lock_);
+  sessions_.emplace(connection->id(), std::make_shared<ServerSession>(tables_, connection, endpoint));
+}
+
+std::uint64_t ServerRuntime::TakeId() {
+  std::lock_guard guard(lock_);
+  return nextId_++;
+}
+
+// A listening socket that cannot be accepted from would report itself without end.
+void ServerRuntime::PauseAccepting(bool pause) {
+  acceptingPaused_ = pause;
+  std::lock_guard guard(lock_);
+  for (const auto& [id, endpoint] : endpoints_) {
+    WatchFor(epoll_, EPOLL_CTL_MOD, endpoint.socket, id, pause ? 0u : EPOLLIN);
+  }
+}
+
+}  // namespace host::rpc

@@ -1,0 +1,85 @@
+// The RPC server of this process: its endpoints, connections, tables and threads.
+//
+// Locks: the tables, the posted tasks, the threads, each connection and this class have one each. Every one is taken
+// last: none of them is held while another is taken, nor while a server routine or a rundown runs. So any call of the
+// runtime may be made with the product's own locks held, RpcServerUnregisterIf with waiting excepted.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/host/rpc/server_contexts.h"
+#include "platform/host/rpc/server_endpoint.h"
+#include "platform/host/rpc/server_interfaces.h"
+#include "platform/host/rpc/server_posted_tasks.h"
+#include "platform/host/rpc/server_session.h"
+#include "platform/host/rpc/server_threads.h"
+
+namespace host::rpc {
+
+class ServerRuntime final : public TaskSource {
+ public:
+  // Made on first use; lives as long as the process, as its threads do.
+  static ServerRuntime& Instance();
+
+  InterfaceTable& interfaces() { return interfaces_; }
+  ContextTable& contexts() { return contexts_; }
+  CallThreads& threads() { return threads_; }
+
+  // `backlog` connections may wait to be accepted. `descriptor` is SDDL.
+  RPC_STATUS AddEndpoint(const std::string& name, int backlog, const std::string& descriptor);
+  std::vector<std::string> EndpointNames() const;
+  // Closes all endpoints; connections stay.
+  void CloseEndpoints();
+
+  // RPC_S_ALREADY_LISTENING, RPC_S_NO_PROTSEQS_REGISTERED; otherwise returns after EndListening.
+  RPC_STATUS Listen();
+  void EndListening();
+
+  unsigned ConnectionCount() const;
+  std::size_t UnsentBytes() const;
+
+  std::shared_ptr<Task> Next() override;
+
+ private:
+  ServerRuntime();
+
+  RPC_STATUS StartThreads();
+  std::shared_ptr<Task> NextFromSessions();
+  void Poll(int timeout);
+  void HandleEvent(std::uint64_t id, std::uint32_t events);
+  void AcceptFrom(std::uint64_t listener);
+  void AcceptOne(int socket, const std::string& endpoint);
+  std::uint64_t TakeId();
+  void PauseAccepting(bool pause);
+  void Queue(const std::shared_ptr<ServerSession>& session);
+  std::shared_ptr<Task> End(ServerSession& session);
+  std::shared_ptr<ServerSession> FindSession(std::uint64_t id) const;
+
+  InterfaceTable interfaces_;
+  ContextTable contexts_;
+  PostedTasks posted_;
+  const ServerTables tables_{interfaces_, contexts_, posted_};
+  CallThreads threads_{*this};
+  const int epoll_;
+
+  // The polling thread's.
+  std::deque<std::shared_ptr<ServerSession>> withInput_;
+  unsigned sincePoll_ = 0;        // tasks answered
+  bool acceptingPaused_ = false;  // out of file descriptors
+
+  mutable std::mutex lock_;  // guards all below, of a session only its being there
+  std::condition_variable listenEnds_;
+  bool listening_ = false;
+  std::uint64_t nextId_;
+  std::map<std::uint64_t, ServerEndpoint> endpoints_;
+  std::map<std::uint64_t, std::shared_ptr<ServerSession>> sessions_;
+};
+
+}  // namespace host::rpc

@@ -1,0 +1,199 @@
+#include "platform/host/rpc/server_session.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace host::rpc {
+
+ServerSession::ServerSession(const ServerTables& tables, std::shared_ptr<ServerConnection> connection,
+                             std::string endpoint)
+    : tables_(tables), connection_(std::move(connection)), endpoint_(std::move(endpoint)) {}
+
+void ServerSession::Receive() {
+  if (inputEnded_) return;
+  const ssize_t size = connection_->Receive(stream_.Room());
+  if (size > 0) stream_.Filled(static_cast<std::size_t>(size));
+  inputEnded_ = size < 0;
+  drained_ = false;
+}
+
+bool ServerSession::Next(std::shared_ptr<Task>* task) {
+  if (over_ || !connection_->MayRead()) return false;
+  PduStream::Item item;
+  switch (stream_.Next(item)) {
+    case PduStream::Outcome::Pdu:
+      *task = Handle(item.header, item.pdu);
+      return true;
+    case PduStream::Outcome::Refused:
+      Answer(item.header, item.error);
+      over_ = true;
+      return false;
+    default:
+      drained_ = true;
+      return false;
+  }
+}
+
+std::shared_ptr<Task> ServerSession::End() {
+  connection_->Close();
+  if (!association_) return nullptr;
+  return tables_.contexts.Disconnect(std::exchange(association_, nullptr));
+}
+
+std::shared_ptr<Task> ServerSession::Handle(const PduHeader& header, std::span<const std::byte> pdu) {
+  switch (header.type) {
+    case PduType::Bind:
+    case PduType::AlterContext:
+      Bind(header, pdu);
+      return nullptr;
+    case PduType::Request:
+      return Fragment(header, pdu);
+    case PduType::CoCancel:
+    case PduType::Orphaned:
+      Cancel(header.callId, header.type == PduType::Orphaned);
+      return nullptr;
+    default:
+      over_ = true;  // only a server sends these
+      return nullptr;
+  }
+}
+
+void ServerSession::Answer(const PduHeader& header, const PduError& error) {
+  switch (error.answer) {
+    case PduAnswer::BindNak:
+      Nak(header.callId, static_cast<std::uint16_t>(error.code));
+      return;
+    case PduAnswer::Fault:
+      Fault(header.callId, 0, error.code);
+      return;
+    default:
+      over_ = true;
+      return;
+  }
+}
+
+void ServerSession::Nak(std::uint32_t callId, std::uint16_t reason) {
+  Bytes bytes;
+  AppendBindNak(callId, reason, bytes);
+  connection_->Send(bytes);
+  over_ = true;
+}
+
+void ServerSession::Bind(const PduHeader& header, std::span<const std::byte> pdu) {
+  const bool first = header.type == PduType::Bind;
+  BindPdu bind;
+  if (const auto error = ParseBind(header, pdu, bind)) return Answer(header, error);
+  // One bind opens a connection, and nothing else does.
+  if (first == (association_ != nullptr)) return Nak(header.callId, kNakReasonNotSpecified);
+  if (first && !JoinAssociation(bind)) return Nak(header.callId, kNakReasonNotSpecified);
+  BindAckPdu ack;
+  ack.maxTransmit = maxFragment_;
+  ack.maxReceive = std::min(bind.maxTransmit, kMaxFragment);
+  ack.associationGroup = association_->id;
+  if (first) ack.secondaryAddress = endpoint_;
+  ack.results = Negotiate(tables_.interfaces, bind.contexts, first, contexts_);
+  Bytes bytes;
+  AppendBindAck(first ? PduType::BindAck : PduType::AlterContextResponse, header.callId, ack, bytes);
+  connection_->Send(bytes);
+}
+
+bool ServerSession::JoinAssociation(const BindPdu& bind) {
+  const auto& peer = connection_->peer();
+  association_ =
+      bind.associationGroup == 0 ? tables_.contexts.Create(peer) : tables_.contexts.Join(bind.associationGroup, peer);
+  maxFragment_ = std::clamp(bind.maxReceive, kMinFragment, kMaxFragment);
+  return association_ != nullptr;
+}
+
+std::shared_ptr<Task> ServerSession::Fragment(const PduHeader& header, std::span<const std::byte> pdu) {
+  RequestPdu request;
+  if (const auto error = ParseRequest(header, pdu, request)) {
+    Answer(header, error);
+    return nullptr;
+  }
+  if (!header.IsWhole()) return Assemble(header, request);
+  return Request(header.callId, request.contextId, request.procedure, request.stub);
+}
+
+std::shared_ptr<Task> ServerSession::Assemble(const PduHeader& header, const RequestPdu& request) {
+  Message whole;
+  switch (partials_.Add(header, request.contextId, request.procedure, request.stub, whole)) {
+    case Reassembly::Outcome::Incomplete:
+      return nullptr;
+    case Reassembly::Outcome::Complete:
+      return Request(header.callId, whole.contextId, whole.procedure, whole.stub);
+    default:
+      Fault(header.callId, request.contextId, kFaultProtocolError);
+      over_ = true;
+      return nullptr;
+  }
+}
+
+std::shared_ptr<Task> ServerSession::Request(std::uint32_t callId, std::uint16_t contextId, std::uint16_t procedure,
+                                             std::span<const std::byte> stub) {
+  const auto context = contexts_.find(contextId);
+  if (context == contexts_.end()) {
+    Fault(callId, contextId, kFaultBadPresentationContext);
+    return nullptr;
+  }
+  const auto& procedures = context->second.interface->description->procedures;
+  if (procedure >= procedures.size()) {
+    Fault(callId, contextId, kFaultProcedureOutOfRange);
+    return nullptr;
+  }
+  ServerRequest request{connection_,
+                        association_,
+                        context->second.interface,
+                        &procedures[procedure],
+                        context->second.syntax,
+                        callId,
+                        contextId,
+                        maxFragment_,
+                        {}};
+  if (const auto fault = ReadRequest(*request.procedure, request.syntax, stub, request.call)) {
+    Fault(callId, contextId, fault);
+    return nullptr;
+  }
+  return Start(std::move(request));
+}
+
+std::shared_ptr<Task> ServerSession::Start(ServerRequest request) {
+  const std::uint32_t callId = request.callId;
+  switch (tables_.interfaces.Admit(*request.interface, *request.procedure)) {
+    case Admission::UnknownInterface:
+      Fault(callId, request.presentationContext, kFaultUnknownInterface);
+      return nullptr;
+    case Admission::TooBusy:
+      Fault(callId, request.presentationContext, kFaultServerTooBusy);
+      return nullptr;
+    case Admission::Admitted:
+      break;
+  }
+  auto call = std::make_shared<ServerCall>(tables_, std::move(request));
+  if (!connection_->AddCall(callId, call)) {
+    // A number that is in use: neither reply could be told from the other.
+    over_ = true;
+    return call->Refuse(kFaultProtocolError);
+  }
+  bool waiting = false;
+  if (const auto fault = call->TakeHandles(&waiting)) return call->Refuse(fault);
+  return waiting ? nullptr : call;
+}
+
+void ServerSession::Fault(std::uint32_t callId, std::uint16_t contextId, std::uint32_t status) {
+  Bytes bytes;
+  FaultPdu fault;
+  fault.contextId = contextId;
+  fault.status = status;
+  AppendFault(callId, fault, kDidNotExecute, bytes);
+  connection_->Send(bytes);
+}
+
+void ServerSession::Cancel(std::uint32_t callId, bool orphaned) {
+  if (orphaned) partials_.Drop(callId);
+  const auto call = connection_->FindCall(callId);
+  if (call && orphaned) call->MarkOrphaned();
+  if (call && !orphaned) call->MarkCancelled();
+}
+
+}  // namespace host::rpc

@@ -1,0 +1,44 @@
+#include "platform/host/rpc/server_status.h"
+
+#include "platform/host/rpc/server_runtime.h"
+
+namespace host::rpc {
+
+ServerStatusInfo ServerStatus() {
+  auto& runtime = ServerRuntime::Instance();
+  ServerStatusInfo status;
+  status.connections = runtime.ConnectionCount();
+  status.associations = runtime.contexts().AssociationCount();
+  status.handles = runtime.contexts().HandlesByType();
+  status.openCalls = runtime.interfaces().OpenCalls();
+  status.pendingCalls = runtime.interfaces().AsynchronousCalls();
+  status.threads = runtime.threads().ThreadCount();
+  status.unsentBytes = runtime.UnsentBytes();
+  return status;
+}
+
+unsigned OpenCallCount() {
+  return ServerRuntime::Instance().interfaces().OpenCalls();
+}
+
+unsigned ContextHandleCount() {
+  return ServerRuntime::Instance().contexts().HandleCount();
+}
+
+unsigned ConnectionCount() {
+  return ServerRuntime::Instance().ConnectionCount();
+}
+
+void EndListening() {
+  ServerRuntime::Instance().EndListening();
+}
+
+void CloseServerEndpoints() {
+  ServerRuntime::Instance().CloseEndpoints();
+}
+
+void SetThreadLinger(std::chrono::milliseconds linger) {
+  ServerRuntime::Instance().threads().SetLinger(linger);
+}
+
+}  // namespace host::rpc

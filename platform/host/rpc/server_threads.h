@@ -1,0 +1,83 @@
+// The threads that serve calls: one polls and runs what it has read; when a run lasts, another takes the polling over.
+//
+// The right to poll is the turn. Whoever holds it asks the source for the next task and runs it inline, so a short call
+// costs no hand-over. While tasks run, a timer looks once a tick whether the same task is still running; then the
+// turn is vacant and an idle thread, or a new one, takes it. The thread that lost it finishes its task and becomes
+// idle. Idle threads end after a while, all but one.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+namespace host::rpc {
+
+// One server routine or one rundown, ready to run.
+class Task {
+ public:
+  Task() = default;
+  Task(const Task&) = delete;
+  Task& operator=(const Task&) = delete;
+  virtual ~Task() = default;
+
+  // Runs on a call thread, with no lock of the runtime held. Answers what has become ready by that and is to run next
+  // on the same thread, or null.
+  virtual std::shared_ptr<Task> Run() = 0;
+};
+
+// Where tasks come from. Next is called by the holder of the turn only, so what it touches needs no lock.
+class TaskSource {
+ public:
+  virtual ~TaskSource() = default;
+
+  // Waits for the next task. May answer null; it is then asked again.
+  virtual std::shared_ptr<Task> Next() = 0;
+};
+
+class CallThreads {
+ public:
+  // `source` outlives the process's threads.
+  explicit CallThreads(TaskSource& source);
+
+  // Starts the polling and the watching thread, once. False when the system has no thread left.
+  bool Start();
+
+  unsigned ThreadCount() const;
+
+  // How long an idle thread stays before it ends.
+  void SetLinger(std::chrono::milliseconds linger);
+
+ private:
+  bool StartWatch();
+  bool AddThread();
+  void ThreadMain();
+  bool AwaitTurn(std::uint64_t* turn);
+  void RunTasks(std::shared_ptr<Task> task, std::uint64_t turn);
+  bool BeginRun(std::uint64_t turn);
+  bool EndRun(std::uint64_t turn);
+  void WatchMain();
+  bool Tick();
+  void HandTurnOver();
+  void ArmWatch(std::chrono::microseconds tick);
+
+  TaskSource& source_;
+  int timer_ = -1;
+
+  mutable std::mutex lock_;  // guards all below; no other lock is taken under it
+  std::condition_variable turnVacant_;
+  std::chrono::milliseconds linger_{5000};
+  std::uint64_t turn_ = 1;      // changes hands by being counted up
+  bool vacant_ = true;          // nobody holds the turn
+  bool running_ = false;        // the holder of the turn runs a task
+  bool watching_ = false;       // the timer is armed
+  std::uint64_t runs_ = 0;      // tasks begun under the turn
+  std::uint64_t runsSeen_ = 0;  // runs_ at the last tick
+  unsigned threads_ = 0;
+  unsigned idle_ = 0;
+  unsigned starting_ = 0;  // threads made that have not asked for the turn yet
+  unsigned detached_ = 0;  // threads running a task without the turn
+};
+
+}  // namespace host::rpc

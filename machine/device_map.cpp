@@ -26,7 +26,10 @@ class File {
   File(const std::string& path, bool create)
       : descriptor_(open(path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0600)) {}
   ~File() {
-    if (descriptor_ >= 0) close(descriptor_);
+    if (descriptor_ < 0) return;
+    // A mapping keeps the open file, and with it its lock, beyond the descriptor.
+    flock(descriptor_, LOCK_UN);
+    close(descriptor_);
   }
   File(const File&) = delete;
   File& operator=(const File&) = delete;
@@ -80,7 +83,6 @@ std::unique_ptr<DeviceMapping> DeviceMapping::Open(const std::string& runtime, b
     SetError(error, path + ": " + std::strerror(errno));
     return nullptr;
   }
-  // Released with the descriptor.
   if (flock(file.Descriptor(), LOCK_EX) != 0 || !EnsureSize(file.Descriptor(), create)) {
     SetError(error, path + ": not a device of this version (" + std::strerror(errno) + ")");
     return nullptr;

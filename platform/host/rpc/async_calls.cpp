@@ -17,11 +17,9 @@ RPC_STATUS AsyncCall::TestCancel() {
 
 namespace {
 
-constexpr ULONG kSignature = 0x43595341;  // "ASYC"
-
 // The call that `asyncState` stands for; null where it was not initialised or no call has been started with it.
 AsyncCall* CallOf(PRPC_ASYNC_STATE asyncState) {
-  if (asyncState == nullptr || asyncState->Signature != kSignature) return nullptr;
+  if (asyncState == nullptr || asyncState->Size != sizeof(RPC_ASYNC_STATE)) return nullptr;
   return static_cast<AsyncCall*>(asyncState->RuntimeInfo);
 }
 
@@ -33,7 +31,6 @@ RPC_STATUS RpcAsyncInitializeHandle(PRPC_ASYNC_STATE asyncState, unsigned int si
   if (asyncState == nullptr || size != sizeof(RPC_ASYNC_STATE)) return RPC_S_INVALID_ARG;
   *asyncState = {};
   asyncState->Size = size;
-  asyncState->Signature = host::rpc::kSignature;
   return RPC_S_OK;
 }
 

@@ -1,0 +1,95 @@
+#include "tools/demo/demo_steps.h"
+
+#include "tools/exit_codes.h"
+#include "tools/power_control.h"
+#include "tools/report.h"
+#include "tools/session_control.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kUser = "demo";
+constexpr std::uint32_t kOneTouch = 0x40000401;
+constexpr std::uint32_t kIrOpe = 0x40000300;
+constexpr std::uint32_t kBothButtons = 0x40000000;
+
+int Taken(const DemoStage& stage, bool taken) {
+  if (taken) return kDone;
+  return Report(stage.options, kFailed, {"play the step", "the device did not take it", 0, ""});
+}
+
+int PressSwitches(DemoStage& stage) {
+  return Taken(stage, stage.device.PressMask(0x00000005));
+}
+
+int PressButtons(DemoStage& stage) {
+  machine::Device& device = stage.device;
+  return Taken(stage, device.Button(kOneTouch) && device.Button(kIrOpe) && device.Button(kBothButtons));
+}
+
+int Accelerate(DemoStage& stage) {
+  return Taken(stage, stage.device.Sensor(0x00000001));
+}
+
+int InterruptEc(DemoStage& stage) {
+  return Taken(stage, stage.device.Ec(0x00000003));
+}
+
+int RaiseEmergency(DemoStage& stage) {
+  return Taken(stage, stage.device.Emergency(0x00000002));
+}
+
+int ControlPhone(DemoStage& stage) {
+  machine::Device& device = stage.device;
+  const bool answers = device.SetPhonePcAnswer(1, 0x11) && device.SetPhonePcAnswer(2, 0x22);
+  return Taken(stage, answers && device.PhonePc(0x00000006));
+}
+
+int AnswerFunction101C(DemoStage& stage) {
+  machine::Device& device = stage.device;
+  const bool scripted = device.Answers({0x101C, 3, 1, 0}, {0}) && device.Answers({0x101C, 3, 2, 0}, {7}) &&
+                        device.Answers({0x101C, 3, 3, 0}, {0});
+  if (scripted) device.Raise();
+  return Taken(stage, scripted);
+}
+
+int SendToSleep(DemoStage& stage) {
+  return Suspend(stage.options);
+}
+
+int WakeByOneTouch(DemoStage& stage) {
+  ResumeRequest resume;
+  resume.buttonWord = kOneTouch;
+  return Resume(stage.options, resume);
+}
+
+int LogOn(DemoStage& stage) {
+  return Logon(stage.options, {kUser}, &stage.session);
+}
+
+int LogOff(DemoStage& stage) {
+  return Logoff(stage.options, stage.session);
+}
+
+}  // namespace
+
+const std::vector<DemoStep>& DemoSteps() {
+  static const std::vector<DemoStep> steps = {
+      {"application switches, mask 0x00000005", PressSwitches, {{1, 5, 0}, {3, 5, 0}}},
+      {"button answers 0x40000401, 0x40000300, 0x40000000",
+       PressButtons,
+       {{32, kOneTouch, 0, 0}, {33, kIrOpe, 0, 1}, {32, kBothButtons, 0, 2}, {33, kBothButtons, 0, 2}}},
+      {"acceleration sensor, answer 0x00000001", Accelerate, {{34, 1, 0}}},
+      {"embedded-controller interrupt, answer 0x00000003", InterruptEc, {{38, 1, 3}}},
+      {"emergency notification, answer 0x00000002", RaiseEmergency, {{35, 2, 0}}},
+      {"phone-PC data control, mask 0x00000006", ControlPhone, {{36, 1, 0x11}, {36, 2, 0x22}}},
+      {"function 0x101C, count 3, answers 0, 7, 0", AnswerFunction101C, {{42, 2, 7}}},
+      {"suspend", SendToSleep, {}, true},
+      {"resume, woken by the one-touch button (0x40000401)", WakeByOneTouch, {{37, 0, 0}}, true},
+      {"logon of a user", LogOn, {{41, 5, 0, 0, true}}},
+      {"logoff", LogOff, {{41, 6, 0, 0, true}}, true},
+  };
+  return steps;
+}
+
+}  // namespace tool

@@ -15,7 +15,7 @@ set(HKD_SANITIZE "" CACHE STRING "Sanitizers, as the argument of -fsanitize=")
 option(HKD_THREAD_SAFETY "Run clang's thread-safety analysis" OFF)
 option(HKD_FUZZ "Build the fuzz targets (clang)" OFF)
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wno-missing-field-initializers)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> -Wno-missing-field-initializers)
 if(HKD_WERROR)
   add_compile_options(-Werror)
 endif()

@@ -27,6 +27,13 @@ bool HasWaiter(const DeviceMap& map) {
   return std::any_of(map.waiters.begin(), map.waiters.end(), [](const auto& slot) { return slot.used != 0; });
 }
 
+// Makes the calling thread the owner of a slot that nobody alive owns. Never waits: an owner takes the map's lock.
+bool TryOwn(DeviceWaiterSlot& slot) {
+  const int result = pthread_mutex_trylock(&slot.alive);
+  if (result == EOWNERDEAD) pthread_mutex_consistent(&slot.alive);
+  return result == 0 || result == EOWNERDEAD;
+}
+
 // The oldest notification that the ring still holds.
 std::uint64_t OldestKept(const DeviceMap& map) {
   return map.notificationsRaised > kNotifications ? map.notificationsRaised - kNotifications : 0;
@@ -48,10 +55,7 @@ std::uint64_t RaiseDeviceNotification(DeviceMap& map, std::uint32_t status) {
 
 void ReapDeviceWaiters(DeviceMap& map) {
   for (DeviceWaiterSlot& slot : map.waiters) {
-    if (slot.used == 0) continue;
-    const int result = pthread_mutex_trylock(&slot.alive);
-    if (result == EBUSY) continue;
-    if (result == EOWNERDEAD) pthread_mutex_consistent(&slot.alive);
+    if (slot.used == 0 || !TryOwn(slot)) continue;
     slot.used = 0;
     pthread_mutex_unlock(&slot.alive);
   }
@@ -69,10 +73,9 @@ DeviceWaiter::DeviceWaiter(DeviceMap& map) : map_(map) {
   const DeviceLock lock(map_);
   ReapDeviceWaiters(map_);
   const std::uint64_t first = HasWaiter(map_) ? map_.notificationsRaised : map_.notificationsDelivered;
-  const auto free = std::find_if(map_.waiters.begin(), map_.waiters.end(), [](const auto& s) { return s.used == 0; });
+  const auto free =
+      std::find_if(map_.waiters.begin(), map_.waiters.end(), [](auto& slot) { return slot.used == 0 && TryOwn(slot); });
   if (free == map_.waiters.end()) return;
-  // Its last owner may have died between giving up the slot and the lock.
-  if (pthread_mutex_lock(&free->alive) == EOWNERDEAD) pthread_mutex_consistent(&free->alive);
   free->process = getpid();
   free->delivered = first;
   free->used = 1;

@@ -1,0 +1,46 @@
+// Catching what RpcRaiseException raises: a structured exception, for which this compiler has no statement. The frame
+// below is what one would compile to, by the documented x64 exception data: a scope table that names the guarded
+// instructions, the filter and where to go on, read by the platform's own handler of such frames.
+#include "platform/rpc_client.h"
+
+namespace {
+
+// Codes that RpcRaiseException is called with: statuses, faults that came unmapped, HRESULTs of the platform's errors.
+// A processor exception, a breakpoint or a C++ exception is none and goes on to whoever handles it.
+bool IsRpcStatus(DWORD code) {
+  return (code & 0xE0000000) == 0 || (code & 0xFFFF0000) == 0x80070000;
+}
+
+}  // namespace
+
+extern "C" [[gnu::used]] LONG FilterRpcException(EXCEPTION_POINTERS* exception, void*) {
+  return IsRpcStatus(exception->ExceptionRecord->ExceptionCode) ? EXCEPTION_EXECUTE_HANDLER : EXCEPTION_CONTINUE_SEARCH;
+}
+
+// RPC_STATUS RunCatchingRpcException(void (*call)(void*), void* context): behind the guarded call the result is 0; the
+// platform comes to .Lleave itself, with the exception's code where the result belongs.
+__asm__(
+    "	.text\n"
+    "	.globl RunCatchingRpcException\n"
+    "	.def RunCatchingRpcException; .scl 2; .type 32; .endef\n"
+    "	.seh_proc RunCatchingRpcException\n"
+    "RunCatchingRpcException:\n"
+    "	subq $40, %rsp\n"
+    "	.seh_stackalloc 40\n"
+    "	.seh_endprologue\n"
+    "	movq %rcx, %rax\n"
+    "	movq %rdx, %rcx\n"
+    ".Lguarded:\n"
+    "	call *%rax\n"
+    "	nop\n"
+    ".Lunguarded:\n"
+    "	xorl %eax, %eax\n"
+    ".Lleave:\n"
+    "	addq $40, %rsp\n"
+    "	ret\n"
+    "	.seh_handler __C_specific_handler, @except\n"
+    "	.seh_handlerdata\n"
+    "	.long 1\n"
+    "	.rva .Lguarded, .Lunguarded, FilterRpcException, .Lleave\n"
+    "	.text\n"
+    "	.seh_endproc\n");

@@ -83,8 +83,10 @@ void SetDerivedCapabilityCount(DWORD count) {
 
 void RegisterCapabilityModule() {
   static const bool registered = [] {
+    // By way of the plain function type, which may be cast to any other.
+    const auto plain = reinterpret_cast<void (*)()>(&DeriveCapabilitySidsFromName);
     RegisterSystemModule(u"api-ms-win-security-base-l1-2-2.dll",
-                         {{"DeriveCapabilitySidsFromName", reinterpret_cast<FARPROC>(&DeriveCapabilitySidsFromName)}});
+                         {{"DeriveCapabilitySidsFromName", reinterpret_cast<FARPROC>(plain)}});
     return true;
   }();
   static_cast<void>(registered);

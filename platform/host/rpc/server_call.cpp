@@ -63,6 +63,7 @@ std::uint32_t ServerCall::TakeHandles(bool* waiting) {
 
 std::shared_ptr<Task> ServerCall::Refuse(std::uint32_t fault) {
   answered_ = true;
+  tables_.interfaces.RoutineEnded(*request_.interface, *request_.procedure);
   SendFault(fault, false);
   auto next = RoutineLeft();
   auto other = HalfEnded();
@@ -74,6 +75,7 @@ std::shared_ptr<Task> ServerCall::Run() {
   if (request_.connection->Closed() || !SetValues()) return Refuse(kFaultContextMismatch);
   if (request_.procedure->asynchronous) self_ = shared_from_this();
   const std::uint32_t fault = Invoke();
+  tables_.interfaces.RoutineEnded(*request_.interface, *request_.procedure);
   if (fault == 0 && request_.procedure->asynchronous) return RoutineLeft();
   std::shared_ptr<Task> next;
   if (!answered_.exchange(true)) {

@@ -53,14 +53,22 @@ Admission InterfaceTable::Admit(ServerInterface& interface, const Procedure& pro
   if (!procedure.asynchronous) {
     if (interface.limitedCalls >= interface.maxCalls) return Admission::TooBusy;
     ++interface.limitedCalls;
+  } else {
+    ++interface.asynchronousCalls;
   }
   ++interface.openCalls;
   return Admission::Admitted;
 }
 
+void InterfaceTable::RoutineEnded(ServerInterface& interface, const Procedure& procedure) {
+  if (procedure.asynchronous) return;
+  std::lock_guard guard(lock_);
+  --interface.limitedCalls;
+}
+
 void InterfaceTable::CallEnded(ServerInterface& interface, const Procedure& procedure) {
   std::lock_guard guard(lock_);
-  if (!procedure.asynchronous) --interface.limitedCalls;
+  if (procedure.asynchronous) --interface.asynchronousCalls;
   if (--interface.openCalls == 0) callsEnded_.notify_all();
 }
 
@@ -74,7 +82,7 @@ unsigned InterfaceTable::OpenCalls() const {
 unsigned InterfaceTable::AsynchronousCalls() const {
   std::lock_guard guard(lock_);
   unsigned calls = 0;
-  for (const auto& entry : interfaces_) calls += entry->openCalls - entry->limitedCalls;
+  for (const auto& entry : interfaces_) calls += entry->asynchronousCalls;
   return calls;
 }
 

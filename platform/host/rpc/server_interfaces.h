@@ -17,8 +17,9 @@ struct ServerInterface {
   const InterfaceDescription* description = nullptr;
   bool registered = false;
   unsigned maxCalls = 0;
-  unsigned openCalls = 0;     // admitted and not ended
-  unsigned limitedCalls = 0;  // those of them that count towards the limit: the synchronous ones
+  unsigned openCalls = 0;          // admitted and not ended
+  unsigned limitedCalls = 0;       // those of them that count towards the limit: synchronous, without an outcome
+  unsigned asynchronousCalls = 0;  // those of them that are asynchronous
 };
 
 enum class Admission : std::uint8_t { Admitted, UnknownInterface, TooBusy };
@@ -36,8 +37,10 @@ class InterfaceTable {
   // It stays valid for the life of the process.
   ServerInterface* Find(const UUID& uuid, std::uint16_t major, std::uint16_t minor);
 
-  // Every admitted call ends with one CallEnded.
+  // Every admitted call counts towards the limit until RoutineEnded, which comes before its client may know the
+  // outcome, and ends with CallEnded.
   Admission Admit(ServerInterface& interface, const Procedure& procedure);
+  void RoutineEnded(ServerInterface& interface, const Procedure& procedure);
   void CallEnded(ServerInterface& interface, const Procedure& procedure);
 
   unsigned OpenCalls() const;

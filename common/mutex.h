@@ -20,7 +20,7 @@ namespace Quorvex::PC::Common {
 
 class HKD_ANNOTATE(capability("mutex")) Mutex {
  public:
-  constexpr Mutex() = default;
+  Mutex() = default;
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 

@@ -11,7 +11,7 @@ namespace Quorvex::PC::Hkd04a7::Service {
 using Common::MutexLock;
 using Subscriptions = std::vector<std::shared_ptr<CRpcEventNotify>>;
 
-constinit Common::Mutex g_RpcEventNotifyListLock;
+Common::Mutex g_RpcEventNotifyListLock;
 Subscriptions& g_RpcEventNotifyList = *new Subscriptions;
 
 void AddToRpcEventNotifyList(std::shared_ptr<CRpcEventNotify> subscription) {

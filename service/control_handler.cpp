@@ -11,7 +11,7 @@ namespace Quorvex::PC::Hkd04a7::Service {
 namespace {
 
 // Held while a control is handled: the host lives until the handler has left it.
-constinit Common::Mutex g_controlledHostLock;
+Common::Mutex g_controlledHostLock;
 CServiceHost* g_controlledHost HKD_GUARDED_BY(g_controlledHostLock) = nullptr;
 
 void ClearWakeupRecord() {

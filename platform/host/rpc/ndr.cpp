@@ -156,6 +156,7 @@ void WriteRequest(const Procedure& procedure, Syntax syntax, const Call& call, s
 }
 
 std::uint32_t ReadResponse(const Procedure& procedure, Syntax syntax, std::span<const std::byte> stub, Call& call) {
+  call.arguments.resize(procedure.parameters.size());
   ByteReader reader(stub);
   if (!GetArguments(reader, procedure, syntax, IsOut, call)) return kFaultBadStubData;
   call.result = GetLong(reader);

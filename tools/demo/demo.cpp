@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "platform/host/base/text.h"
 #include "tools/demo/demo_check.h"
 #include "tools/event_text.h"
 #include "tools/exit_codes.h"

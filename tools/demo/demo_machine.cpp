@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "platform/host/base/machine_directory.h"
+#include "platform/host/base/text.h"
 #include "platform/registry.h"
 #include "tools/exit_codes.h"
 #include "tools/machine_call.h"

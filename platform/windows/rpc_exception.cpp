@@ -13,12 +13,18 @@ bool IsRpcStatus(DWORD code) {
 
 }  // namespace
 
-extern "C" [[gnu::used]] LONG FilterRpcException(EXCEPTION_POINTERS* exception, void*) {
-  return IsRpcStatus(exception->ExceptionRecord->ExceptionCode) ? EXCEPTION_EXECUTE_HANDLER : EXCEPTION_CONTINUE_SEARCH;
+// Decides about an exception within the guarded call and leaves its code in the frame's own word. `frame` is the stack
+// pointer behind the frame's prologue.
+extern "C" [[gnu::used]] LONG FilterRpcException(EXCEPTION_POINTERS* exception, void* frame) {
+  const DWORD code = exception->ExceptionRecord->ExceptionCode;
+  if (!IsRpcStatus(code)) return EXCEPTION_CONTINUE_SEARCH;
+  constexpr int kOwnWord = 32;  // above the space every call gets for its register arguments
+  *reinterpret_cast<DWORD*>(static_cast<char*>(frame) + kOwnWord) = code;
+  return EXCEPTION_EXECUTE_HANDLER;
 }
 
-// RPC_STATUS RunCatchingRpcException(void (*call)(void*), void* context): behind the guarded call the result is 0; the
-// platform comes to .Lleave itself, with the exception's code where the result belongs.
+// RPC_STATUS RunCatchingRpcException(void (*call)(void*), void* context). The platform goes on at .Lcaught, with the
+// stack as it is behind the prologue.
 __asm__(
     "	.text\n"
     "	.globl RunCatchingRpcException\n"
@@ -38,9 +44,12 @@ __asm__(
     ".Lleave:\n"
     "	addq $40, %rsp\n"
     "	ret\n"
+    ".Lcaught:\n"
+    "	movl 32(%rsp), %eax\n"
+    "	jmp .Lleave\n"
     "	.seh_handler __C_specific_handler, @except\n"
     "	.seh_handlerdata\n"
     "	.long 1\n"
-    "	.rva .Lguarded, .Lunguarded, FilterRpcException, .Lleave\n"
+    "	.rva .Lguarded, .Lunguarded, FilterRpcException, .Lcaught\n"
     "	.text\n"
     "	.seh_endproc\n");

@@ -26,8 +26,9 @@ Connection::~Connection() {
   if (open()) loop_.Unwatch(socket_.get());
 }
 
-bool Connection::Start(MessageHandler onMessage) {
+bool Connection::Start(MessageHandler onMessage, std::function<void()> onEnd) {
   onMessage_ = std::move(onMessage);
+  onEnd_ = std::move(onEnd);
   return loop_.Watch(socket_.get(), EPOLLIN, [weak = weak_from_this()](std::uint32_t events) {
     if (const auto self = weak.lock()) self->HandleReady(events);
   });
@@ -37,7 +38,7 @@ void Connection::Send(const nlohmann::json& message) {
   if (!open()) return;
   const std::string payload = message.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   if (payload.size() > host::kMaxFrameSize || unsent_.size() > kMaxUnsent) {
-    Close();
+    CloseSoon();
     return;
   }
   const bool idle = unsent_.empty();
@@ -50,6 +51,11 @@ void Connection::Close() {
   loop_.Unwatch(socket_.get());
   socket_.Close();
   const auto self = shared_from_this();
+  ReleaseHoldings();
+  if (onEnd_) onEnd_();
+}
+
+void Connection::ReleaseHoldings() {
   std::vector<std::function<void()>> hooks;
   hooks.swap(closeHooks_);
   for (const auto& hook : hooks) hook();
@@ -100,16 +106,20 @@ void Connection::WriteQueued() {
     if (count < 0 && errno == EINTR) continue;
     if (count < 0 && WouldBlock()) break;
     if (count < 0) {
-      // Not closed from here: the caller may be in the middle of something that hangs on this connection.
-      unsent_.clear();
-      loop_.Post([weak = weak_from_this()] {
-        if (const auto self = weak.lock()) self->Close();
-      });
+      CloseSoon();
       return;
     }
     unsent_.erase(0, static_cast<std::size_t>(count));
   }
   loop_.ChangeEvents(socket_.get(), EPOLLIN | (unsent_.empty() ? 0u : EPOLLOUT));
+}
+
+// Not closed on the spot: the sender may be in the middle of something that hangs on this connection.
+void Connection::CloseSoon() {
+  unsent_.clear();
+  loop_.Post([weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->Close();
+  });
 }
 
 }  // namespace machine

@@ -31,8 +31,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Begins to read; each whole message goes to `onMessage`. False when the socket cannot be watched.
-  bool Start(MessageHandler onMessage);
+  // Begins to read; each whole message goes to `onMessage`; `onEnd` is called when the connection has ended and its
+  // hooks have run. False when the socket cannot be watched.
+  bool Start(MessageHandler onMessage, std::function<void()> onEnd);
 
   // Identifies what this process holds in the daemon; never used twice.
   std::uint64_t id() const { return id_; }
@@ -45,8 +46,12 @@ class Connection : public std::enable_shared_from_this<Connection> {
   // Ends the connection and runs the hooks, in the order they were added. Harmless when closed already.
   void Close();
 
-  // `hook` runs once, when the connection ends for whatever reason. Not called on a closed connection.
+  // `hook` runs once, when the connection ends for whatever reason, or when the machine boots. To be called on an
+  // open connection.
   void OnClose(std::function<void()> hook) { closeHooks_.push_back(std::move(hook)); }
+
+  // Runs and forgets the hooks: what the process holds goes, the connection stays. For a boot.
+  void ReleaseHoldings();
 
   // Sends what is queued, waiting up to `limit`, for the last words of a daemon that goes down.
   void Flush(std::chrono::milliseconds limit);
@@ -56,12 +61,14 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void ReadAvailable();
   void DeliverMessages();
   void WriteQueued();
+  void CloseSoon();
 
   Loop& loop_;
   UniqueDescriptor socket_;
   const Peer peer_;
   const std::uint64_t id_;
   MessageHandler onMessage_;
+  std::function<void()> onEnd_;
   host::FrameReader frames_;
   std::string unsent_;
   std::vector<std::function<void()>> closeHooks_;

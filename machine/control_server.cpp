@@ -44,6 +44,10 @@ bool ControlServer::Listen(const std::string& path, std::string* error) {
   return false;
 }
 
+void ControlServer::FlushConnections(std::chrono::milliseconds limit) {
+  for (const auto& [id, connection] : connections_) connection->Flush(limit);
+}
+
 void ControlServer::CloseConnections(const Connection* survivor) {
   std::vector<std::shared_ptr<Connection>> ending;
   for (const auto& [id, connection] : connections_) {
@@ -71,12 +75,12 @@ void ControlServer::Admit(int socket) {
   if (!LookUpPeer(socket, &peer)) return;
   const std::uint64_t id = nextConnection_++;
   const auto connection = std::make_shared<Connection>(loop_, std::move(owned), peer, id);
-  const bool started = connection->Start([this](const std::shared_ptr<Connection>& from, const std::string& payload) {
-    if (!operations_.Dispatch(from, payload)) from->Close();
-  });
-  if (!started) return;
-  connections_[id] = connection;
-  connection->OnClose([this, id] { connections_.erase(id); });
+  const bool started = connection->Start(
+      [this](const std::shared_ptr<Connection>& from, const std::string& payload) {
+        if (!operations_.Dispatch(from, payload)) from->Close();
+      },
+      [this, id] { connections_.erase(id); });
+  if (started) connections_[id] = connection;
 }
 
 void ControlServer::PauseAccepting() {

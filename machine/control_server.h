@@ -24,6 +24,9 @@ class ControlServer {
   // False, with a sentence in `error`, when the socket cannot be made.
   bool Listen(const std::string& path, std::string* error);
 
+  // Sends what is queued for each process, as far as it reads within `limit`.
+  void FlushConnections(std::chrono::milliseconds limit);
+
   // Ends every connection but `survivor` (null: all), with what hangs on them.
   void CloseConnections(const Connection* survivor);
 

@@ -1,46 +1,33 @@
 #include "machine/machine.h"
 
-#include <unistd.h>
-
 #include <condition_variable>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <thread>
 #include <utility>
 
-#include "machine/control_server.h"
+#include "machine/board.h"
+#include "machine/boot.h"
 #include "machine/instance_lock.h"
-#include "machine/loop.h"
-#include "machine/op_registry.h"
 #include "platform/host/base/open_files.h"
 
 namespace machine {
 
-using nlohmann::json;
-
-namespace {
-
-
-}  // namespace
-
 struct Machine::Impl {
   explicit Impl(Options given) : options(std::move(given)) {}
 
-  Options options;
+  const Options options;
   UniqueDescriptor lock;
-  Loop loop;
-  OpRegistry operations;
-  ControlServer server{loop, operations};
-  Clock::time_point started = Clock::now();
+  std::unique_ptr<Loop> loop;
+  std::unique_ptr<Board> board;
   std::thread thread;
 
   std::mutex mutex;
   std::condition_variable changed;
-  bool down = false;  // guarded by mutex
+  bool down = true;  // guarded by mutex
 
-  bool Prepare(std::string* error);
-  void AddOperations();
-  void GoDown();
+  bool Assemble(std::string* error);
+  void HandleDown();
+  void Dismantle();
 };
 
 Machine::Machine(Options options) : impl_(std::make_unique<Impl>(std::move(options))) {}
@@ -50,10 +37,13 @@ Machine::~Machine() {
 }
 
 bool Machine::Start(std::string* error) {
-  if (!impl_->Prepare(error)) return false;
-  impl_->AddOperations();
-  if (!impl_->server.Listen(impl_->options.directory.runtime + "/control", error)) return false;
-  impl_->thread = std::thread([impl = impl_.get()] { impl->loop.Run(); });
+  host::RaiseOpenFileLimit();
+  if (!impl_->Assemble(error)) {
+    impl_->Dismantle();
+    return false;
+  }
+  impl_->down = false;
+  impl_->thread = std::thread([loop = impl_->loop.get()] { loop->Run(); });
   return true;
 }
 
@@ -62,7 +52,7 @@ void Machine::Stop() {
   RequestDown();
   WaitUntilDown();
   impl_->thread.join();
-  impl_->lock.Close();
+  impl_->Dismantle();
 }
 
 void Machine::WaitUntilDown() {
@@ -71,39 +61,38 @@ void Machine::WaitUntilDown() {
 }
 
 void Machine::RequestDown() {
-  impl_->loop.Post([impl = impl_.get()] { impl->GoDown(); });
+  impl_->loop->Post([board = impl_->board.get()] { board->TakeDown(); });
 }
 
-bool Machine::Impl::Prepare(std::string* error) {
-  if (!loop.valid()) {
-    *error = "the system has no descriptors left";
-    return false;
-  }
-  host::RaiseOpenFileLimit();
+bool Machine::Impl::Assemble(std::string* error) {
   if (!host::EnsureMachineDirectory(options.directory, error)) return false;
   lock = LockInstance(options.directory.runtime + "/machine.lock", error);
-  return lock.valid();
+  if (!lock.valid() || !ClearRuntime(options.directory, error)) return false;
+  EmptyLogs(options.directory);
+  auto device = Device::Open(options.directory.runtime, error);
+  if (device == nullptr) return false;
+  auto events = host::OpenNamedEventMap(options.directory.runtime, true);
+  loop = std::make_unique<Loop>();
+  if (events == nullptr || !loop->valid()) {
+    *error = "the named events or the event loop cannot be made";
+    return false;
+  }
+  board = std::make_unique<Board>(*loop, options, std::move(device), std::move(events), [this] { HandleDown(); });
+  return board->BringUp(error);
 }
 
-void Machine::Impl::AddOperations() {
-  operations.Add("ping", [](const Request& request) { request.responder.Done(); });
-  operations.Add("machine.status", [this](const Request& request) {
-    const auto up = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started);
-    request.responder.Reply(
-        json{{"pid", getpid()}, {"uptimeMs", up.count()}, {"connections", server.connections().size()}});
-  });
-  operations.Add("machine.down", [this](const Request& request) {
-    request.responder.Done();
-    GoDown();
-  });
-}
-
-void Machine::Impl::GoDown() {
-  server.CloseConnections(nullptr);
-  loop.Quit();
+// On the loop's thread, when everything has ended.
+void Machine::Impl::HandleDown() {
+  loop->Quit();
   const std::lock_guard guard(mutex);
   down = true;
   changed.notify_all();
+}
+
+void Machine::Impl::Dismantle() {
+  board.reset();
+  loop.reset();
+  lock.Close();
 }
 
 }  // namespace machine

@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 
+#include "machine/keeper.h"
 #include "machine/machine.h"
 
 namespace {
@@ -97,9 +98,12 @@ int main(int argc, char** argv) {
   CLI::App app("The simulated machine of the HKD04A7 driver utility service");
   std::string directory;
   bool foreground = false;
+  bool keeper = false;
   app.add_option("--machine", directory, "the machine's directory");
   app.add_flag("--foreground", foreground, "stay attached to the terminal");
+  app.add_flag("--keeper", keeper, "keep one process of a machine; used by the daemon itself")->group("");
   CLI11_PARSE(app, argc, argv);
+  if (keeper) return machine::RunKeeper();
   if (!directory.empty()) host::UseMachineDirectory(directory);
   return foreground ? Serve(StartReport(-1), false) : ServeInBackground();
 }

@@ -6,7 +6,10 @@
 
 namespace machine {
 
-std::uint64_t ProcessStartTime(pid_t pid) {
+namespace {
+
+// Field `number` (from 3 on) of /proc/<pid>/stat, or 0.
+std::uint64_t StatField(pid_t pid, int number) {
   std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
   std::string line;
   if (!std::getline(file, line)) return 0;
@@ -15,10 +18,20 @@ std::uint64_t ProcessStartTime(pid_t pid) {
   if (nameEnd == std::string::npos) return 0;
   std::istringstream fields(line.substr(nameEnd + 1));
   std::string skipped;
-  for (int field = 3; field < 22; ++field) fields >> skipped;
-  std::uint64_t startTime = 0;
-  fields >> startTime;
-  return startTime;
+  for (int field = 3; field < number; ++field) fields >> skipped;
+  std::uint64_t value = 0;
+  fields >> value;
+  return value;
+}
+
+}  // namespace
+
+std::uint64_t ProcessStartTime(pid_t pid) {
+  return StatField(pid, 22);
+}
+
+pid_t ParentProcess(pid_t pid) {
+  return static_cast<pid_t>(StatField(pid, 4));
 }
 
 }  // namespace machine

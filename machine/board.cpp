@@ -1,0 +1,154 @@
+#include "machine/board.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "machine/boot.h"
+#include "machine/named_event_ops.h"
+#include "machine/process_operations.h"
+#include "platform/host/base/error_codes.h"
+
+namespace machine {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr DWORD kShutdownInProgress = 1115;
+// What a caller gets to read its last answer.
+constexpr std::chrono::milliseconds kFlushLimit{200};
+
+// The one folder that holds both of the machine's, or empty: then the environment says where they are.
+std::string RootOf(const host::MachineDirectory& directory) {
+  const std::filesystem::path runtime(directory.runtime);
+  const std::filesystem::path state(directory.state);
+  const bool together = runtime.parent_path() == state.parent_path();
+  return together && runtime.filename() == "run" && state.filename() == "state" ? runtime.parent_path().string() : "";
+}
+
+std::string KeeperProgram(const Options& options) {
+  if (!options.keeperProgram.empty()) return options.keeperProgram;
+  std::error_code ignored;
+  return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / "hkd04a7-machine";
+}
+
+}  // namespace
+
+Board::Board(Loop& loop, const Options& options, std::unique_ptr<Device> device,
+             std::shared_ptr<host::NamedEventMap> eventMap, std::function<void()> onDown)
+    : loop_(loop),
+      directory_(options.directory),
+      onDown_(std::move(onDown)),
+      device_(std::move(device)),
+      processes_(loop, {options.directory.runtime, RootOf(options.directory), KeeperProgram(options)}),
+      services_(loop, processes_, options.directory.state + "/services.json", options.launcher),
+      users_(options.directory.state + "/users.json"),
+      sessions_(options.directory.runtime + "/sessions.json"),
+      sessionOperations_(sessions_, users_, services_),
+      power_(services_),
+      events_(std::move(eventMap)),
+      settle_(loop, *device_, services_, options.directory.runtime),
+      server_(loop, operations_) {}
+
+bool Board::BringUp(std::string* error) {
+  if (!services_.Load(error) || !users_.Load(error)) return false;
+  AddOperations();
+  sessions_.Boot();
+  if (!server_.Listen(directory_.runtime + "/control", error)) return false;
+  services_.StartAutomatic();
+  return true;
+}
+
+void Board::AddOperations() {
+  services_.AddOperations(operations_);
+  sessionOperations_.Add(operations_);
+  power_.AddOperations(operations_);
+  endpoints_.AddOperations(operations_);
+  settle_.AddOperations(operations_);
+  AddProcessOperations(operations_, processes_, users_, sessions_);
+  AddNamedEventOps(operations_, events_, [this](const Connection& connection) { return IdentityOf(connection); });
+  operations_.Add("ping", [](const Request& request) { request.responder.Done(); });
+  operations_.Add("machine.status", [this](const Request& request) { request.responder.Reply(Status()); });
+  operations_.Add("machine.reboot", [this](const Request& request) { Reboot(request); });
+  operations_.Add("machine.down", [this](const Request& request) {
+    downCallers_.push_back(request.responder);
+    TakeDown();
+  });
+}
+
+void Board::TakeDown() {
+  if (std::exchange(ending_, true)) return;
+  EndEverything([this] {
+    for (const Responder& caller : downCallers_) caller.Done();
+    server_.FlushConnections(kFlushLimit);
+    server_.CloseConnections(nullptr);
+    onDown_();
+  });
+}
+
+void Board::EndEverything(std::function<void()> done) {
+  services_.ShutDown([this, done = std::move(done)] { processes_.TerminateAll(done); });
+}
+
+void Board::Reboot(const Request& request) {
+  if (std::exchange(ending_, true)) return request.responder.Fail(kShutdownInProgress, "the machine goes down already");
+  EndEverything(
+      [this, caller = request.connection, responder = request.responder] { FinishReboot(caller, responder); });
+}
+
+void Board::FinishReboot(const std::shared_ptr<Connection>& caller, const Responder& responder) {
+  server_.CloseConnections(caller.get());
+  caller->ReleaseHoldings();
+  std::string error;
+  const bool cleared = ClearRuntime(directory_, &error);
+  sessions_.Boot();
+  power_.Boot();
+  ++boots_;
+  ending_ = false;
+  services_.EndShutdown();
+  services_.StartAutomatic();
+  if (!downCallers_.empty()) return TakeDown();
+  if (!cleared) return responder.Fail(ERROR_WRITE_FAULT, error);
+  responder.Done();
+}
+
+// Who the process behind a connection is. The machine's own process is LocalSystem: in tests, the service runs there.
+host::Identity Board::IdentityOf(const Connection& connection) const {
+  const pid_t pid = connection.peer().pid;
+  if (pid == getpid()) return {kLocalSystemSid, true, false, {}};
+  const Token token = processes_.TokenOf(pid).value_or(OutsideToken(sessions_));
+  return {token.userSid, token.system, token.appContainer, token.capabilities};
+}
+
+json Board::Status() {
+  const auto up = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started_);
+  const DeviceCounts device = device_->Counts();
+  json events = json::array();
+  for (const NamedEventStatus& event : events_.List())
+    events.push_back(json{{"name", event.name}, {"signalled", event.signalled}, {"holds", event.holds}});
+  json connections = json::array();
+  for (const auto& [id, connection] : server_.connections())
+    connections.push_back(json{{"id", id}, {"pid", connection->peer().pid}});
+  return json{{"pid", getpid()},
+              {"uptimeMs", up.count()},
+              {"boots", boots_},
+              {"suspended", power_.suspended()},
+              {"services", services_.Report()},
+              {"sessions", sessions_.Report()},
+              {"users", users_.Report()},
+              {"processes", processes_.Rows()},
+              {"connections", connections},
+              {"events", events},
+              {"endpoints", endpoints_.Report()},
+              {"device",
+               {{"notificationsRaised", device.notificationsRaised},
+                {"notificationsOutstanding", device.notificationsOutstanding},
+                {"callsAnswered", device.callsAnswered},
+                {"callsInProgress", device.callsInProgress},
+                {"waiters", device.waiters}}}};
+}
+
+}  // namespace machine

@@ -1,0 +1,89 @@
+#include "machine/keeper_child.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace machine {
+
+namespace {
+
+bool MakePipe(UniqueDescriptor* readEnd, UniqueDescriptor* writeEnd) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return false;
+  *readEnd = UniqueDescriptor(ends[0]);
+  *writeEnd = UniqueDescriptor(ends[1]);
+  return true;
+}
+
+std::vector<char*> Pointers(const std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+void RedirectStreams(const std::string& output) {
+  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+  const int target = output.empty() ? -1 : open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+  dup2(null, STDIN_FILENO);
+  dup2(target >= 0 ? target : null, STDOUT_FILENO);
+  dup2(target >= 0 ? target : null, STDERR_FILENO);
+}
+
+void ResetSignals() {
+  for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGPIPE, SIGCHLD}) signal(number, SIG_DFL);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+// The child's side: waits for the word, runs the program or reports errno. `keeper` guards against its early end.
+[[noreturn]] void RunChild(const ChildProgram& program, char* const* arguments, char* const* environment, pid_t keeper,
+                           int go, int result) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != keeper) _exit(127);
+  setsid();
+  char word = 0;
+  if (read(go, &word, 1) != 1) _exit(127);
+  RedirectStreams(program.output);
+  ResetSignals();
+  execve(program.path.c_str(), arguments, environment);
+  const int failure = errno;
+  [[maybe_unused]] const ssize_t sent = write(result, &failure, sizeof(failure));
+  _exit(127);
+}
+
+}  // namespace
+
+bool KeeperChild::Fork(const ChildProgram& program) {
+  UniqueDescriptor goRead;
+  UniqueDescriptor resultWrite;
+  if (!MakePipe(&goRead, &go_) || !MakePipe(&result_, &resultWrite)) return false;
+  std::vector<std::string> command = {program.path};
+  command.insert(command.end(), program.arguments.begin(), program.arguments.end());
+  const std::vector<char*> arguments = Pointers(command);
+  const std::vector<char*> environment = Pointers(program.environment);
+  const pid_t keeper = getpid();
+  pid_ = fork();
+  if (pid_ == 0) {
+    go_.Close();
+    RunChild(program, arguments.data(), environment.data(), keeper, goRead.get(), resultWrite.get());
+  }
+  return pid_ > 0;
+}
+
+int KeeperChild::Go() {
+  if (write(go_.get(), "g", 1) != 1) return errno;
+  int failure = 0;
+  ssize_t count = 0;
+  do {
+    count = read(result_.get(), &failure, sizeof(failure));
+  } while (count < 0 && errno == EINTR);
+  return count == sizeof(failure) ? failure : 0;
+}
+
+}  // namespace machine

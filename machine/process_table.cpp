@@ -1,0 +1,80 @@
+#include "machine/process_table.h"
+
+#include <string.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "machine/kept_process.h"
+#include "machine/process_identity.h"
+#include "platform/host/base/error_codes.h"
+
+namespace machine {
+
+using nlohmann::json;
+
+std::string Describe(const ProcessEnd& end) {
+  if (end.signalled) return "killed by signal " + std::to_string(end.value) + " (" + strsignal(end.value) + ")";
+  return "exit status " + std::to_string(end.value);
+}
+
+ProcessTable::ProcessTable(Loop& loop, Settings settings) : loop_(loop), settings_(std::move(settings)) {}
+
+ProcessTable::~ProcessTable() = default;
+
+void ProcessTable::Launch(const ProcessRequest& request, Observer observer) {
+  mkdir((settings_.runtimeFolder + "/processes").c_str(), 0700);
+  const auto process = std::make_shared<KeptProcess>(*this, request, observer);
+  if (process->Begin()) {
+    processes_[process.get()] = process;
+    return;
+  }
+  const std::string reason = "cannot start the keeper " + settings_.keeperProgram + ": " + std::strerror(errno);
+  loop_.Post([started = observer.started, reason] { started(ERROR_NOT_ENOUGH_MEMORY, reason); });
+}
+
+bool ProcessTable::Terminate(pid_t pid) {
+  for (const auto& [key, process] : processes_) {
+    if (process->pid() != pid) continue;
+    process->Terminate();
+    return true;
+  }
+  return false;
+}
+
+void ProcessTable::TerminateAll(std::function<void()> done) {
+  for (const auto& [key, process] : processes_) process->Terminate();
+  if (processes_.empty()) {
+    loop_.Post(std::move(done));
+  } else {
+    whenEmpty_.push_back(std::move(done));
+  }
+}
+
+std::optional<Token> ProcessTable::TokenOf(pid_t pid) const {
+  for (pid_t ancestor = pid; ancestor > 1; ancestor = ParentProcess(ancestor)) {
+    for (const auto& [key, process] : processes_) {
+      if (process->Covers(ancestor)) return process->token();
+    }
+  }
+  return std::nullopt;
+}
+
+json ProcessTable::Rows() const {
+  json rows = json::array();
+  for (const auto& [key, process] : processes_) rows.push_back(process->Row());
+  return rows;
+}
+
+void ProcessTable::Remove(KeptProcess* process) {
+  processes_.erase(process);
+  if (!processes_.empty()) return;
+  std::vector<std::function<void()>> actions;
+  actions.swap(whenEmpty_);
+  for (const auto& action : actions) action();
+}
+
+}  // namespace machine

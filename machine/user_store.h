@@ -1,0 +1,44 @@
+// The machine's user accounts, kept in `<state>/users.json`. Loop thread only.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+
+namespace machine {
+
+class UserStore {
+ public:
+  explicit UserStore(std::string path) : path_(std::move(path)) {}
+
+  // A machine without the file gets a new identity, the first part of its users' SIDs. False with a sentence in
+  // `error` when the file is damaged.
+  bool Load(std::string* error);
+
+  // The SID of the user, made an account now if there is none. None, with a sentence in `error`, for an impossible
+  // name or when the account could not be written down. Names differ in more than case.
+  std::optional<std::string> Ensure(const std::string& name, std::string* error);
+
+  // The name as the account was made with; `name` itself when there is none.
+  std::string Spelling(const std::string& name) const;
+
+  nlohmann::json Report() const;
+
+ private:
+  struct Account {
+    std::string name;
+    std::uint32_t relativeId;
+  };
+  using Accounts = std::map<std::u16string, Account>;  // by the folded name
+
+  std::string SidOf(const Account& account) const;
+  bool Save(const Accounts& accounts, std::string* error) const;
+
+  std::string path_;
+  std::string machineSid_;
+  Accounts accounts_;
+};
+
+}  // namespace machine

@@ -13,6 +13,21 @@ namespace tool {
 
 using nlohmann::json;
 
+namespace {
+
+int ExitCodeFor(DWORD error) {
+  switch (error) {
+    case ERROR_SERVICE_NOT_ACTIVE:
+      return kServiceNotRunning;
+    case ERROR_TIMEOUT:
+      return kTimedOut;
+    default:
+      return kFailed;
+  }
+}
+
+}  // namespace
+
 bool MachineIsUp() {
   return host::MachineLink::Instance().Call(json{{"op", "ping"}}, nullptr) == ERROR_SUCCESS;
 }
@@ -35,9 +50,8 @@ int CallMachine(const Options& options, const MachineRequest& request, const jso
   if (error == ERROR_SUCCESS) return kDone;
   std::string answered = request.answered;
   if (answer.is_object() && answer.contains("message")) answered += " (" + answer.value("message", "") + ")";
-  const bool notRunning = error == ERROR_SERVICE_NOT_ACTIVE;
-  return Report(options, notRunning ? kServiceNotRunning : kFailed,
-                {request.tried, answered, error, notRunning ? "hkd04a7ctl start" : request.next});
+  const std::string next = error == ERROR_SERVICE_NOT_ACTIVE ? "hkd04a7ctl start" : request.next;
+  return Report(options, ExitCodeFor(error), {request.tried, answered, error, next});
 }
 
 }  // namespace tool

@@ -23,8 +23,8 @@ struct MachineRequest {
 };
 
 // Sends `message` ({"op":...}) and waits for the answer, which goes to `reply` (may be null). kDone, or the exit code
-// after a report: kMachineNotUp, kServiceNotRunning for 1062, kFailed for any other code. Past the patience the process
-// ends with kTimedOut and a message.
+// after a report: kMachineNotUp, kServiceNotRunning for 1062, kTimedOut for 1460, kFailed for any other code. Past the
+// patience the process ends with kTimedOut and a message.
 int CallMachine(const Options& options, const MachineRequest& request, const nlohmann::json& message,
                 nlohmann::json* reply);
 

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "machine/device.h"
 #include "platform/host/base/machine_directory.h"
 #include "tools/commands.h"
 #include "tools/exit_codes.h"
@@ -17,25 +16,12 @@ using nlohmann::json;
 
 constexpr std::chrono::seconds kPatience{20};
 
-// What the device's mapping says, beside what the daemon knows.
-json DeviceStatus() {
-  const auto device = machine::Device::Open(host::CurrentMachineDirectory().runtime, nullptr);
-  if (device == nullptr) return nullptr;
-  const machine::DeviceCounts counts = device->Counts();
-  return {{"notificationsRaised", counts.notificationsRaised},
-          {"notificationsOutstanding", counts.notificationsOutstanding},
-          {"callsAnswered", counts.callsAnswered},
-          {"callsInProgress", counts.callsInProgress},
-          {"waiters", counts.waiters}};
-}
-
 int Status(const Options& options) {
   json status;
   const MachineRequest request{"ask for the machine's status", "the machine", "", kPatience};
   if (int code = CallMachine(options, request, json{{"op", "machine.status"}}, &status); code != kDone) return code;
   status.erase("id");
   status["runtime"] = host::CurrentMachineDirectory().runtime;
-  status["device"] = DeviceStatus();
   std::printf("%s\n", options.json ? status.dump().c_str() : StatusText(status).c_str());
   return kDone;
 }

@@ -1,11 +1,113 @@
 #include "tools/status_text.h"
 
+#include <cstdint>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
-namespace tool {
+#include "tools/service_text.h"
 
-std::string StatusText(const nlohmann::json& status) {
-  return status.dump(2);
+namespace tool {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kActive = 0;
+constexpr int kConnected = 1;
+
+// "  name        value", the name only on the first line of its section.
+class Sections {
+ public:
+  void Begin(const char* name) { name_ = name; }
+
+  void Line(const std::string& value) {
+    char head[24];
+    std::snprintf(head, sizeof head, "\n  %-12s", name_);
+    text_ += head + value;
+    name_ = "";
+  }
+
+  std::string Text() && { return std::move(text_); }
+
+ private:
+  const char* name_ = "";
+  std::string text_;
+};
+
+std::string Number(const json& object, const char* key) {
+  return std::to_string(object.value(key, std::uint64_t{0}));
+}
+
+json Member(const json& object, const char* key) {
+  return object.value(key, json::array());
+}
+
+std::string SessionState(int state) {
+  if (state == kActive) return "active";
+  return state == kConnected ? "connected" : "disconnected";
+}
+
+// What holds a stop or another control, if something does.
+std::string ControlText(const json& service) {
+  const json control = service.value("control", json());
+  return control.is_object() ? "; its handler is working on control " + Number(control, "control") : "";
+}
+
+void AddServices(Sections& sections, const json& status) {
+  sections.Begin("services");
+  for (const json& service : Member(status, "services"))
+    sections.Line(service.value("name", "") + "  " + ServiceStateText(service) + ControlText(service));
+}
+
+void AddSessions(Sections& sections, const json& status) {
+  sections.Begin("sessions");
+  const json sessions = status.value("sessions", json::object());
+  for (const json& session : Member(sessions, "sessions")) {
+    const std::string user = session.value("user", "");
+    std::string line = Number(session, "id") + "  " + SessionState(session.value("state", -1)) +
+                       (session.value("remote", false) ? ", remote" : "") + (user.empty() ? "" : ", " + user);
+    if (session.value("id", std::uint64_t{0}) == sessions.value("console", std::uint64_t{0}))
+      line += ", at the console";
+    sections.Line(line);
+  }
+}
+
+void AddProcesses(Sections& sections, const json& status) {
+  sections.Begin("processes");
+  for (const json& process : Member(status, "processes"))
+    sections.Line(Number(process, "pid") + "  " + process.value("program", ""));
+}
+
+void AddDevice(Sections& sections, const json& status) {
+  sections.Begin("device");
+  const json device = status.value("device", json::object());
+  sections.Line(Number(device, "notificationsRaised") + " notifications raised, " +
+                Number(device, "notificationsOutstanding") + " outstanding; " + Number(device, "callsAnswered") +
+                " calls answered, " + Number(device, "callsInProgress") + " in progress; " +
+                std::to_string(Member(device, "waiters").size()) + " waiting for notifications");
+}
+
+void AddRest(Sections& sections, const json& status) {
+  sections.Begin("endpoints");
+  for (const json& endpoint : Member(status, "endpoints"))
+    sections.Line(endpoint.value("binding", "") + "  " + endpoint.value("uuid", "") + " v" +
+                  endpoint.value("version", "") + ", process " + Number(endpoint, "pid"));
+  sections.Begin("events");
+  for (const json& event : Member(status, "events"))
+    sections.Line(event.value("name", "") + (event.value("signalled", false) ? "  signalled" : "  not signalled"));
+}
+
+}  // namespace
+
+std::string StatusText(const json& status) {
+  Sections sections;
+  AddServices(sections, status);
+  AddSessions(sections, status);
+  AddProcesses(sections, status);
+  AddDevice(sections, status);
+  AddRest(sections, status);
+  return "machine at " + status.value("runtime", "") + ", process " + Number(status, "pid") + ", up " +
+         std::to_string(status.value("uptimeMs", std::uint64_t{0}) / 1000) + " s" +
+         (status.value("suspended", false) ? ", suspended" : "") + std::move(sections).Text();
 }
 
 }  // namespace tool

@@ -6,7 +6,7 @@
 
 namespace tool {
 
-// `status` as the daemon tells it, with "runtime" and "device" added. Several lines, without the last line end; parts
+// `status` as the daemon tells it, with "runtime" added. Several lines, without the last line end; parts
 // that are missing are left out.
 std::string StatusText(const nlohmann::json& status);
 

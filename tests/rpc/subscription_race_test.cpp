@@ -1,0 +1,100 @@
+// Subscriptions that come, wait and go on many threads while events are delivered; made for the thread sanitizer.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "client/event_subscription.h"
+#include "platform/errors.h"
+#include "platform/host/kernel/thread_pool.h"
+#include "platform/rpc_client.h"
+#include "tests/support/rpc_client.h"
+#include "tests/support/service_process.h"
+
+using namespace support;
+
+namespace {
+
+constexpr int kRounds = 60;
+
+// A client that goes away in the way its number says.
+void ComeAndGo(int way) {
+  RpcClient client;
+  if (client.Create() != 0) return;
+  auto wait = client.BeginWait();
+  if (way % 3 == 0) wait->Cancel();
+  if (way % 2 == 0) {
+    client.Destroy();
+    wait->Finish();
+  } else {
+    wait.reset();
+    client.Vanish();
+  }
+}
+
+TEST(SubscriptionRace, DeliversToThoseWhoStayWhileOthersComeAndGo) {
+  ServiceProcess service;
+  service.StartAndSettle();
+  client::Connection connection;
+  ASSERT_TRUE(connection.Open().Ok());
+  client::EventSubscription steady(connection);
+  ASSERT_TRUE(steady.Start().Ok());
+
+  std::atomic<bool> over = false;
+  std::vector<std::thread> guests;
+  for (int guest = 0; guest < 4; ++guest) {
+    guests.emplace_back([&over, guest] {
+      for (int way = guest; !over; ++way) ComeAndGo(way);
+    });
+  }
+  for (std::uint32_t round = 1; round <= kRounds; ++round) {
+    ASSERT_TRUE(service.Device().Emergency(0x100 * round + 1));
+    client::Event event;
+    ASSERT_EQ(steady.Next(std::chrono::seconds(10), &event), client::EventSubscription::Outcome::Event);
+    EXPECT_EQ(event.id, 35u);
+    EXPECT_EQ(event.data1, 0x100 * round + 1);
+  }
+  over = true;
+  for (std::thread& guest : guests) guest.join();
+}
+
+// A wait and the destruction of its handle, side by side on one handle.
+TEST(SubscriptionRace, DestroysAHandleWhileACallRunsOnIt) {
+  ServiceProcess service;
+  service.StartAndSettle();
+  for (int round = 0; round < kRounds; ++round) {
+    RpcClient client;
+    ASSERT_EQ(client.Create(), 0u);
+    WaitResult ended{};
+    std::thread waiter([&] { ended = client.WaitForEvent(); });
+    Hkd04a7Rpc_EventNotifyHandle handle = client.Subscription();
+    HRESULT destroyed = -1;
+    const RPC_STATUS status = CatchRpcException([&] { destroyed = Client_Hkd04a7Rpc_EventNotify_Destroy(&handle); });
+    waiter.join();
+    EXPECT_EQ(status, RPC_S_OK);
+    EXPECT_EQ(destroyed, S_OK);
+    // Cancelled by the deletion, or refused: by the client or the server runtime, or as a block that is gone.
+    const bool cancelled = ended.status == RPC_S_OK && ended.result == 0x800704C7u;
+    const bool refused = ended.status != RPC_S_OK && ended.status != RPC_S_CALL_IN_PROGRESS;
+    EXPECT_TRUE(cancelled || refused) << ended.Text();
+    client.Forget();
+  }
+}
+
+TEST(SubscriptionRace, StopsWithWaitsPendingFromManyClients) {
+  ServiceProcess service;
+  service.StartAndSettle();
+  std::vector<std::unique_ptr<RpcClient>> clients;
+  std::vector<std::unique_ptr<Wait>> waits;
+  for (int i = 0; i < 30; ++i) {
+    clients.push_back(std::make_unique<RpcClient>());
+    ASSERT_EQ(clients.back()->Create(), 0u);
+    waits.push_back(clients.back()->BeginWait());
+  }
+  ASSERT_TRUE(service.Log().WaitFor("hkd04a7 - rpcserver - WaitEventAsync 4\n", waits.size()));
+  EXPECT_EQ(service.Stop(), 0u);
+  for (auto& wait : waits) EXPECT_EQ(wait->Finish().result, 0x800704C7u);
+}
+
+}  // namespace

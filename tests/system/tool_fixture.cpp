@@ -1,0 +1,115 @@
+#include "tests/system/tool_fixture.h"
+
+#include <dirent.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace tool {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kPatience{10};
+
+// Processes that were started for the machine: its directory stands in their environment or command line.
+std::vector<std::string> ProcessesOf(const std::string& machine) {
+  std::vector<std::string> found;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string pid = entry.path().filename();
+    if (pid.find_first_not_of("0123456789") != std::string::npos || pid == std::to_string(getpid())) continue;
+    std::string text;
+    for (const char* file : {"/environ", "/cmdline"}) {
+      std::ifstream in(entry.path().string() + file, std::ios::binary);
+      text.append(std::istreambuf_iterator<char>(in), {});
+    }
+    if (text.find(machine) != std::string::npos) found.push_back(pid);
+  }
+  return found;
+}
+
+}  // namespace
+
+RunningTool::RunningTool(const std::string& machine, const std::vector<std::string>& arguments) {
+  // The shell only joins the two streams.
+  std::vector<std::string> line = {"-c", "exec \"$0\" \"$@\" 2>&1", ProgramFolder() + "/hkd04a7ctl", "--machine",
+                                   machine};
+  line.insert(line.end(), arguments.begin(), arguments.end());
+  EXPECT_EQ(process_.Start("/bin/sh", line, true), 0);
+}
+
+bool RunningTool::ReadSome(std::chrono::milliseconds patience) {
+  pollfd ready = {process_.Output(), POLLIN, 0};
+  if (poll(&ready, 1, static_cast<int>(patience.count())) <= 0) return false;
+  char block[4096];
+  const ssize_t got = read(process_.Output(), block, sizeof block);
+  if (got > 0) output_.append(block, static_cast<std::size_t>(got));
+  return got > 0;
+}
+
+bool RunningTool::AwaitOutput(const std::string& text) {
+  while (output_.find(text) == std::string::npos)
+    if (!ReadSome(kPatience)) return false;
+  return true;
+}
+
+ToolResult RunningTool::Finish(std::chrono::seconds patience) {
+  while (ReadSome(patience)) {
+  }
+  return {process_.Wait(patience).value_or(-1), output_};
+}
+
+void RunningTool::Signal(int signal) {
+  kill(process_.Pid(), signal);
+}
+
+ToolTest::ToolTest() : machine_(testing::TempDir() + "system-XXXXXX") {
+  EXPECT_NE(mkdtemp(machine_.data()), nullptr);
+}
+
+ToolTest::~ToolTest() {
+  Run({"down"});
+  const auto deadline = Clock::now() + kPatience;
+  while (!ProcessesOf(machine_).empty() && Clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_EQ(ProcessesOf(machine_), std::vector<std::string>()) << "left behind";
+  std::error_code error;
+  std::filesystem::remove_all(machine_, error);
+}
+
+std::unique_ptr<RunningTool> ToolTest::Begin(const std::vector<std::string>& arguments) {
+  return std::make_unique<RunningTool>(machine_, arguments);
+}
+
+std::unique_ptr<RunningTool> ToolTest::BeginWatch(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), "watch");
+  auto watch = Begin(arguments);
+  EXPECT_TRUE(watch->AwaitOutput("subscribed")) << watch->Output();
+  return watch;
+}
+
+ToolResult ToolTest::Run(const std::vector<std::string>& arguments) {
+  return Begin(arguments)->Finish(std::chrono::seconds(60));
+}
+
+std::string ToolTest::Done(const std::vector<std::string>& arguments) {
+  const ToolResult result = Run(arguments);
+  EXPECT_EQ(result.exitCode, 0) << testing::PrintToString(arguments) << '\n' << result.output;
+  return result.output;
+}
+
+bool ToolTest::AwaitState(unsigned state) {
+  const auto deadline = Clock::now() + kPatience;
+  while (Query().at("state") != state) {
+    if (Clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return true;
+}
+
+}  // namespace tool

@@ -1,0 +1,68 @@
+// A machine directory of its own, and the tool run on it as people run it.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tools/child_process.h"
+
+namespace tool {
+
+struct ToolResult {
+  int exitCode;        // 128 plus the signal for a killed one, -1 for one that did not end in time
+  std::string output;  // standard output and errors together
+};
+
+// One run of the tool that goes on beside the test.
+class RunningTool {
+ public:
+  RunningTool(const std::string& machine, const std::vector<std::string>& arguments);
+
+  // Reads until the output holds `text`; false when it ends, or ten seconds are over, before.
+  bool AwaitOutput(const std::string& text);
+  ToolResult Finish(std::chrono::seconds patience = std::chrono::seconds(10));
+  void Signal(int signal);
+  const std::string& Output() const { return output_; }
+
+ private:
+  bool ReadSome(std::chrono::milliseconds patience);
+
+  ChildProcess process_;
+  std::string output_;
+};
+
+class ToolTest : public testing::Test {
+ protected:
+  ToolTest();
+  // Takes the machine down and checks that no process of it is left.
+  ~ToolTest() override;
+
+  ToolResult Run(const std::vector<std::string>& arguments);
+  // The same, of a run that must succeed; answers its output.
+  std::string Done(const std::vector<std::string>& arguments);
+  std::unique_ptr<RunningTool> Begin(const std::vector<std::string>& arguments);
+  // A `watch` that has subscribed.
+  std::unique_ptr<RunningTool> BeginWatch(std::vector<std::string> arguments = {});
+
+  nlohmann::json Status() { return nlohmann::json::parse(Done({"status", "--json"})); }
+  nlohmann::json Query() { return nlohmann::json::parse(Done({"query", "--json"})); }
+  pid_t ServicePid() { return Query().at("pid").get<pid_t>(); }
+  // Asks the control manager until the service's state is `state`.
+  bool AwaitState(unsigned state);
+
+  const std::string& Machine() const { return machine_; }
+
+ private:
+  std::string machine_;
+};
+
+constexpr unsigned kStopped = 1;
+constexpr unsigned kRunning = 4;
+
+}  // namespace tool

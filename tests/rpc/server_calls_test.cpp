@@ -80,7 +80,7 @@ TEST_F(ServerCalls, FiftyLongCallsRunAtOnceAndTheThreadsGoAgain) {
   auto client = Connect();
   for (std::uint32_t i = 0; i < 50; ++i) client.StartWork(i);
   EXPECT_TRUE(Eventually([&] { return server_.running == 50; }));
-  EXPECT_GE(host::rpc::ServerStatus().threads, 51u);
+  EXPECT_TRUE(Eventually([] { return host::rpc::ServerStatus().threads >= 51; })) << "one of them polls";
   gate.Open();
   for (int i = 0; i < 50; ++i) EXPECT_TRUE(client.Receive());
   host::rpc::SetThreadLinger(20ms);

@@ -21,6 +21,7 @@ RPC_IF_HANDLE ServerFixture::Handle(const host::rpc::InterfaceDescription& inter
 }
 
 void ServerFixture::SetUp() {
+  server_.Reset();
   std::string folder = (std::filesystem::temp_directory_path() / "hkd-rpc-XXXXXX").string();
   ASSERT_NE(mkdtemp(folder.data()), nullptr);
   folder_ = folder;

@@ -42,7 +42,7 @@ HRESULT Work(handle_t, DWORD number, DWORD* answer) {
   int most = server.mostRunning;
   while (most < running && !server.mostRunning.compare_exchange_weak(most, running)) {
   }
-  *answer = server.use(number);
+  *answer = server.use ? server.use(number) : number;
   --server.running;
   return 0;
 }
@@ -122,6 +122,16 @@ const InterfaceDescription kOtherInterface = {
 TestServer& TestServer::Instance() {
   static TestServer server;
   return server;
+}
+
+void TestServer::Reset() {
+  running = mostRunning = 0;
+  use = nullptr;
+  wait = nullptr;
+  std::lock_guard guard(lock);
+  pending.clear();
+  rundowns.clear();
+  created = 0;
 }
 
 std::size_t TestServer::PendingCount() {

@@ -34,12 +34,14 @@ struct PendingWait {
 // What the routines share with the test. One for the process; each case runs in a process of its own.
 struct TestServer {
   static TestServer& Instance();
+  // As at the start of the process.
+  void Reset();
 
   std::atomic<int> running{0};
   std::atomic<int> mostRunning{0};
 
-  // Runs in the routines that take a number; answers what they give back. Set before the first call.
-  std::function<std::uint32_t(std::uint32_t)> use = [](std::uint32_t number) { return number; };
+  // Runs in the routines that take a number; answers what they give back; without it that is the number. Set before the first call.
+  std::function<std::uint32_t(std::uint32_t)> use;
   // Runs in kWait and kSessionWait instead of keeping the call.
   std::function<void(PendingWait)> wait;
 

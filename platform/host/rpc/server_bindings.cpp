@@ -1,5 +1,4 @@
 // The server's own bindings, and their entry in the machine's endpoint map.
-#include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <nlohmann/json.hpp>
@@ -12,6 +11,7 @@
 #include "platform/host/rpc/rpc_calls.h"
 #include "platform/host/rpc/server_runtime.h"
 #include "platform/host/rpc/stub.h"
+#include "platform/host/rpc/uuid_text.h"
 
 namespace {
 
@@ -20,14 +20,6 @@ struct ServerBinding {
   std::string text;  // "ncalrpc:[endpoint]"
 };
 
-std::string UuidText(const UUID& uuid) {
-  char text[40];
-  std::snprintf(text, sizeof(text), "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", uuid.Data1, uuid.Data2,
-                uuid.Data3, uuid.Data4[0], uuid.Data4[1], uuid.Data4[2], uuid.Data4[3], uuid.Data4[4], uuid.Data4[5],
-                uuid.Data4[6], uuid.Data4[7]);
-  return text;
-}
-
 nlohmann::json EndpointMapRequest(const char* operation, RPC_IF_HANDLE ifSpec, const RPC_BINDING_VECTOR& bindings) {
   const auto& description = *static_cast<const host::rpc::InterfaceDescription*>(ifSpec);
   auto texts = nlohmann::json::array();
@@ -35,7 +27,7 @@ nlohmann::json EndpointMapRequest(const char* operation, RPC_IF_HANDLE ifSpec, c
     if (bindings.BindingH[i] != nullptr) texts.push_back(static_cast<ServerBinding*>(bindings.BindingH[i])->text);
   }
   return {{"op", operation},
-          {"uuid", UuidText(description.uuid)},
+          {"uuid", host::rpc::UuidText(description.uuid)},
           {"version", std::to_string(description.majorVersion) + "." + std::to_string(description.minorVersion)},
           {"bindings", std::move(texts)}};
 }

@@ -5,10 +5,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <system_error>
 
@@ -22,9 +24,11 @@ struct ChosenRoot {
   std::optional<std::string> path;  // guarded by mutex
 };
 
-// Never destroyed: threads may still ask while the process ends.
+// Never destroyed: threads may still ask while the process ends. In static memory, since this is also part of libraries
+// that are released again.
 ChosenRoot& Chosen() {
-  static auto* chosen = new ChosenRoot;
+  alignas(ChosenRoot) static std::byte memory[sizeof(ChosenRoot)];
+  static auto* chosen = new (memory) ChosenRoot;
   return *chosen;
 }
 

@@ -1,6 +1,7 @@
 // The event-tracing stand-in's records, as a program leaves them after loading the library.
+#include <algorithm>
 #include <fstream>
-#include <regex>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <thread>
 #include <vector>
@@ -11,6 +12,7 @@
 
 namespace {
 
+using Json = nlohmann::json;
 using Open = std::uint32_t(std::uint64_t*);
 using Close = std::uint32_t(std::uint64_t);
 using Write1 = std::uint32_t(std::uint64_t, std::uint32_t);
@@ -31,11 +33,15 @@ class EtwTest : public testing::Test {
     return library_.Find<Function>(("HKD04A7ETW_" + event).c_str());
   }
 
-  std::vector<std::string> Records() const {
+  // Each line of the trace file; one that is no JSON object is a failure.
+  std::vector<Json> Records() const {
     std::ifstream file(folder_.Runtime() + "/trace.log");
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);) lines.push_back(line);
-    return lines;
+    std::vector<Json> records;
+    for (std::string line; std::getline(file, line);) {
+      records.push_back(Json::parse(line, nullptr, false));
+      EXPECT_TRUE(records.back().is_object()) << line;
+    }
+    return records;
   }
 
   MachineFolder folder_;
@@ -56,27 +62,29 @@ TEST_F(EtwTest, EachWriterLeavesItsRecord) {
       {"WriteEmergencyNotificationEvent", "notification"},
       {"WriteWindowsPowerEvent", "power"},
   };
-  std::vector<std::string> expected;
+  std::vector<Json> expected;
   for (const auto& writer : one) {
     EXPECT_NE(Writer<Write1>(writer.event)(handle, 0xFFFFFFFF), 0u);
-    expected.push_back(std::string("\"event\":\"") + writer.event + "\",\"names\":[\"" + writer.name +
-                       "\"],\"args\":[4294967295]}");
+    expected.push_back({{"event", writer.event}, {"names", {writer.name}}, {"args", {0xFFFFFFFF}}});
   }
   EXPECT_NE(Writer<Write2>("WritePhonePCDataControlEvent")(handle, 1, 2), 0u);
-  expected.emplace_back(R"("event":"WritePhonePCDataControlEvent","names":["bit","value"],"args":[1,2]})");
+  expected.push_back({{"event", "WritePhonePCDataControlEvent"}, {"names", {"bit", "value"}}, {"args", {1, 2}}});
   EXPECT_NE(Writer<Write2>("WriteInterruptECEvent")(handle, 3, 4), 0u);
-  expected.emplace_back(R"("event":"WriteInterruptECEvent","names":["kind","value"],"args":[3,4]})");
+  expected.push_back({{"event", "WriteInterruptECEvent"}, {"names", {"kind", "value"}}, {"args", {3, 4}}});
   EXPECT_NE(Writer<Write3>("WriteHkd04a7Event")(handle, 1, 5, 0), 0u);
-  expected.emplace_back(R"("event":"WriteHkd04a7Event","names":["eventId","data1","data2"],"args":[1,5,0]})");
+  expected.push_back({{"event", "WriteHkd04a7Event"}, {"names", {"eventId", "data1", "data2"}}, {"args", {1, 5, 0}}});
 
-  const std::vector<std::string> records = Records();
+  std::vector<Json> records = Records();
   ASSERT_EQ(records.size(), expected.size());
-  const std::regex head(R"(\{"t":[1-9][0-9]+,"wall":[1-9][0-9]+,"pid":)" + std::to_string(getpid()) + ",");
+  std::int64_t last = 0;
   for (std::size_t n = 0; n < records.size(); ++n) {
-    const std::size_t event = records[n].find("\"event\"");
-    ASSERT_NE(event, std::string::npos) << records[n];
-    EXPECT_TRUE(std::regex_match(records[n].substr(0, event), head)) << records[n];
-    EXPECT_EQ(records[n].substr(event), expected[n]);
+    EXPECT_EQ(records[n].value("pid", 0), getpid());
+    EXPECT_GT(records[n].value("wall", std::int64_t{0}), 1'500'000'000'000);
+    const std::int64_t time = records[n].value("t", std::int64_t{0});
+    EXPECT_GE(time, std::max<std::int64_t>(last, 1));
+    last = time;
+    for (const char* key : {"t", "wall", "pid"}) records[n].erase(key);
+    EXPECT_EQ(records[n], expected[n]);
   }
 }
 
@@ -106,14 +114,8 @@ TEST_F(EtwTest, RecordsOfSeveralThreadsDoNotMix) {
       });
     }
   }
-  const std::regex form(R"re(\{"t":\d+,"wall":\d+,"pid":\d+,"event":"WriteHkd04a7Event","names":\["eventId","data1",)re"
-                        R"re("data2"\],"args":\[(\d+,\d+),0\]\})re");
-  std::set<std::string> seen;
-  for (const std::string& record : Records()) {
-    std::smatch match;
-    ASSERT_TRUE(std::regex_match(record, match, form)) << record;
-    seen.insert(match[1]);
-  }
+  std::set<std::pair<int, int>> seen;
+  for (const Json& record : Records()) seen.emplace(record.at("args").at(0), record.at("args").at(1));
   EXPECT_EQ(seen.size(), 4 * kRecords);
 }
 

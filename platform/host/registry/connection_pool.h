@@ -24,8 +24,8 @@ class BorrowedDatabase {
   Database& operator*() const { return *database_; }
 
  private:
+  DWORD status_ = 0;  // before the database, whose opening sets it
   std::unique_ptr<Database> database_;
-  DWORD status_ = 0;
 };
 
 }  // namespace host::registry

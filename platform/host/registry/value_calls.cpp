@@ -44,7 +44,7 @@ DWORD HandOut(StoredValue* value, DWORD flags, LPDWORD type, PVOID data, LPDWORD
   if (value->type == REG_EXPAND_SZ && !(flags & RRF_NOEXPAND)) ExpandEnvironment(value);
   if (type) *type = value->type;
   if (!TypeAllowed(value->type, flags)) return ERROR_UNSUPPORTED_TYPE;
-  if (!SizeAllowed(*value, flags)) return ERROR_INVALID_DATA;
+  if (!SizeAllowed(*value, flags)) return ERROR_DATATYPE_MISMATCH;
   Terminate(value);
   return CopyData(value->data, data, dataSize);
 }

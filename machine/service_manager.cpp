@@ -230,9 +230,10 @@ void ServiceManager::ShutDown(std::function<void()> done) {
   runner_.SetShuttingDown(true);
   std::vector<std::shared_ptr<Service>> told;
   for (const auto& [name, service] : services_) {
-    if (service->status.state == kStopped && !service->insideMachine) continue;
     const DWORD control = service->insideMachine ? kControlStop : kControlShutdown;
-    if (!service->insideMachine && Refusal(service->status, control) != ERROR_SUCCESS) continue;
+    // One inside that has stopped may still be on its way out of its dispatcher.
+    const bool leaving = service->insideMachine && service->status.state == kStopped;
+    if (!leaving && Refusal(service->status, control) != ERROR_SUCCESS) continue;
     told.push_back(service);
     service->QueueControl(ServiceControl{control, 0, 0, {}});
   }

@@ -194,6 +194,10 @@ TEST_F(ServerProtocol, CallNumbersInUseEndTheConnection) {
   ASSERT_TRUE(Eventually([&] { return server_.PendingCount() == 1; }));
   client.SendCall(500, kWait, call);
   EXPECT_TRUE(client.ClosedByServer());
+  EXPECT_EQ(server_.PendingCount(), 1u);
+  EXPECT_TRUE(Eventually([&] {
+    return RpcServerTestCancel(RpcAsyncGetCallHandle(server_.pending[0].state)) == RPC_S_OK;
+  })) << "the first one lost its client like any other";
 }
 
 TEST_F(ServerProtocol, ARequestInTinyPiecesIsReadLikeAnyOther) {

@@ -54,8 +54,7 @@ RPC_STATUS RpcServerUseProtseqEpW(RPC_WSTR protocolSequence, unsigned int maxReq
 
 RPC_STATUS RpcServerRegisterIf3(RPC_IF_HANDLE ifSpec, UUID* managerType, RPC_MGR_EPV* managerVector, unsigned int flags,
                                 unsigned int maxCalls, unsigned int /*maxRpcSize: without effect on local calls*/,
-                                RPC_IF_CALLBACK_FN* callback,
-                                void* /*securityDescriptor: that of the endpoint holds*/) {
+                                RPC_IF_CALLBACK_FN* callback, void* securityDescriptor) {
   if (const auto code = host::InjectedFailure("RpcServerRegisterIf3")) return static_cast<RPC_STATUS>(*code);
   if (ifSpec == nullptr) return RPC_S_INVALID_ARG;
   if (managerType != nullptr) host::Unsupported("RpcServerRegisterIf3", "managerType");
@@ -65,7 +64,8 @@ RPC_STATUS RpcServerRegisterIf3(RPC_IF_HANDLE ifSpec, UUID* managerType, RPC_MGR
   if (UsesSeveralSerializedHandles(Description(ifSpec))) {
     host::Unsupported("RpcServerRegisterIf3", "ifSpec: several serialized context handles in one procedure");
   }
-  return ServerRuntime::Instance().interfaces().Register(Description(ifSpec), maxCalls);
+  return ServerRuntime::Instance().interfaces().Register(Description(ifSpec), maxCalls,
+                                                         host::DescriptorToSddl(securityDescriptor));
 }
 
 RPC_STATUS RpcServerUnregisterIf(RPC_IF_HANDLE ifSpec, UUID* managerType, unsigned int waitForCallsToComplete) {

@@ -115,9 +115,9 @@ void ServerConnection::Close() {
   for (const auto& [callId, call] : calls) call->MarkCancelled();
 }
 
-bool ServerConnection::AddCall(std::uint32_t callId, std::shared_ptr<ServerCall> call) {
+void ServerConnection::AddCall(std::uint32_t callId, std::shared_ptr<ServerCall> call) {
   std::lock_guard guard(lock_);
-  return calls_.emplace(callId, std::move(call)).second;
+  calls_.emplace(callId, std::move(call));
 }
 
 std::shared_ptr<ServerCall> ServerConnection::FindCall(std::uint32_t callId) const {

@@ -52,8 +52,8 @@ class ServerConnection {
 
   void Send(std::span<const std::byte> bytes);
 
-  // False when a call of that number is in progress already.
-  bool AddCall(std::uint32_t callId, std::shared_ptr<ServerCall> call);
+  // No call of that number is in progress.
+  void AddCall(std::uint32_t callId, std::shared_ptr<ServerCall> call);
   std::shared_ptr<ServerCall> FindCall(std::uint32_t callId) const;
   // Ends the call's number and sends its reply, in one step: the client may use the number again on reading it.
   void SendReply(std::uint32_t callId, std::span<const std::byte> bytes);

@@ -1,6 +1,7 @@
 #include "platform/host/rpc/server_interfaces.h"
 
 #include <cstring>
+#include <utility>
 
 namespace host::rpc {
 
@@ -15,13 +16,15 @@ ServerInterface* InterfaceTable::Entry(const InterfaceDescription& description) 
   return nullptr;
 }
 
-RPC_STATUS InterfaceTable::Register(const InterfaceDescription& description, unsigned maxCalls) {
+RPC_STATUS InterfaceTable::Register(const InterfaceDescription& description, unsigned maxCalls,
+                                    std::string descriptor) {
   std::lock_guard guard(lock_);
   ServerInterface* entry = Entry(description);
   if (entry == nullptr) entry = interfaces_.emplace_back(std::make_unique<ServerInterface>()).get();
   if (entry->registered) return RPC_S_TYPE_ALREADY_REGISTERED;
   entry->description = &description;
   entry->maxCalls = maxCalls;
+  entry->descriptor = std::move(descriptor);
   entry->registered = true;
   return RPC_S_OK;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "platform/host/rpc/rpc_types.h"
@@ -17,6 +18,7 @@ struct ServerInterface {
   const InterfaceDescription* description = nullptr;
   bool registered = false;
   unsigned maxCalls = 0;
+  std::string descriptor;          // who may call, as SDDL; empty: everyone
   unsigned openCalls = 0;          // admitted and not ended
   unsigned limitedCalls = 0;       // those of them that count towards the limit: synchronous, without an outcome
   unsigned asynchronousCalls = 0;  // those of them that are asynchronous
@@ -28,7 +30,7 @@ enum class Admission : std::uint8_t { Admitted, UnknownInterface, TooBusy };
 class InterfaceTable {
  public:
   // RPC_S_TYPE_ALREADY_REGISTERED for one that is on the air.
-  RPC_STATUS Register(const InterfaceDescription& description, unsigned maxCalls);
+  RPC_STATUS Register(const InterfaceDescription& description, unsigned maxCalls, std::string descriptor);
 
   // Refuses calls from now on; with `wait` returns when no call is left. RPC_S_UNKNOWN_IF for one not on the air.
   RPC_STATUS Unregister(const InterfaceDescription& description, bool wait);

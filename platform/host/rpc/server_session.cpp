@@ -159,6 +159,10 @@ std::shared_ptr<Task> ServerSession::Request(std::uint32_t callId, std::uint16_t
 
 std::shared_ptr<Task> ServerSession::Start(ServerRequest request) {
   const std::uint32_t callId = request.callId;
+  if (connection_->FindCall(callId)) {
+    over_ = true;  // a number in use: neither reply could be told from the other
+    return nullptr;
+  }
   switch (tables_.interfaces.Admit(*request.interface, *request.procedure)) {
     case Admission::UnknownInterface:
       Fault(callId, request.presentationContext, kFaultUnknownInterface);
@@ -170,11 +174,7 @@ std::shared_ptr<Task> ServerSession::Start(ServerRequest request) {
       break;
   }
   auto call = std::make_shared<ServerCall>(tables_, std::move(request));
-  if (!connection_->AddCall(callId, call)) {
-    // A number that is in use: neither reply could be told from the other.
-    over_ = true;
-    return call->Refuse(kFaultProtocolError);
-  }
+  connection_->AddCall(callId, call);
   bool waiting = false;
   if (const auto fault = call->TakeHandles(&waiting)) return call->Refuse(fault);
   return waiting ? nullptr : call;

@@ -30,7 +30,11 @@ bool CDllHandle::Load(const DllSource& source) {
     SetLastError(ERROR_ALREADY_INITIALIZED);
     return false;
   }
-  if (!BindEntryPoints(library.Get())) return false;
+  if (!BindEntryPoints(library.Get())) {
+    // What was found points into a library that goes now.
+    ClearEntryPoints();
+    return false;
+  }
   this->module = library.Release();
   return true;
 }

@@ -35,6 +35,7 @@ TestMachine::~TestMachine() {
   EXPECT_EQ(host::OpenRegistryKeyCount(), 0u);
   machine_->Stop();
   host::MachineLink::Reset();
+  host::CloseRegistry();
   std::filesystem::remove_all(folder_);
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <thread>
@@ -22,6 +23,7 @@ constexpr const char16_t* kPlace = u"Software\\Processes";
 // Runs `body` in a new process, which ends with its result. The parent must have no connection open.
 pid_t Start(const std::function<int()>& body) {
   host::CloseRegistry();
+  std::fflush(nullptr);  // or the child would write it once more
   const pid_t child = fork();
   if (child == 0) _exit(body());
   return child;

@@ -1,5 +1,6 @@
 #include "machine/keeper.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -173,6 +174,7 @@ int Keeper::PollTimeout() const {
 int RunKeeper() {
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   signal(SIGPIPE, SIG_IGN);
+  fcntl(kKeeperSocket, F_SETFD, FD_CLOEXEC);
   close_range(kKeeperSocket + 1, ~0U, 0);
   Keeper keeper{FrameChannel(UniqueDescriptor(kKeeperSocket))};
   const bool started = keeper.StartChild();

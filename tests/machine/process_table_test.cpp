@@ -15,8 +15,11 @@ namespace {
 
 using nlohmann::json;
 
+// An ended process that its parent has not looked after yet is gone too.
 bool IsGone(pid_t pid) {
-  return kill(pid, 0) != 0;
+  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+  std::string number, name, state;
+  return !(file >> number >> name >> state) || state == "Z";
 }
 
 std::string RowPath(pid_t pid) {
@@ -47,7 +50,8 @@ class ProcessTableTest : public MachineTest {
 TEST_F(ProcessTableTest, AProgramStandsInTheTableBeforeItRuns) {
   const std::string copy = folder_.path() + "/row";
   const std::string script = "cat " + host::CurrentMachineDirectory().runtime + "/processes/$$ > " + copy +
-                             "; echo $HKD04A7_MACHINE $HKD04A7_USER_SID >> " + copy;
+                             "; echo $HKD04A7_MACHINE $HKD04A7_USER_SID $(ls -l /proc/$$/fd | grep -c socket) >> " +
+                             copy;
   const json identity = {{"user", "ada"}, {"session", 2}, {"capabilities", {"S-1-15-3-1"}}, {"appContainer", true}};
   const json answer =
       Ask("process.run", {{"program", "/bin/sh"}, {"arguments", {"-c", script}}, {"identity", identity}});
@@ -58,8 +62,8 @@ TEST_F(ProcessTableTest, AProgramStandsInTheTableBeforeItRuns) {
   std::ifstream file(copy);
   json row;
   file >> row;
-  std::string root, sid;
-  file >> root >> sid;
+  std::string root, sid, sockets;
+  file >> root >> sid >> sockets;
   EXPECT_EQ(row.at("pid"), pid);
   EXPECT_GT(row.at("startTime").get<std::uint64_t>(), 0u);
   EXPECT_EQ(row.at("token").at("session"), 2);
@@ -67,6 +71,7 @@ TEST_F(ProcessTableTest, AProgramStandsInTheTableBeforeItRuns) {
   EXPECT_EQ(row.at("token").at("capabilities"), json({"S-1-15-3-1"}));
   EXPECT_EQ(row.at("token").at("userSid"), sid);
   EXPECT_EQ(root, folder_.path());
+  EXPECT_EQ(sockets, "0") << "nothing of the keeper's is inherited";
 }
 
 TEST_F(ProcessTableTest, ProgramsThatCannotRun) {

@@ -38,7 +38,7 @@ TEST_F(ServiceManagerTest, StartsAndStops) {
 
   EXPECT_EQ(Code("service.stop", {{"name", "Dummy"}}), 0u);
   EXPECT_TRUE(Eventually([&] { return Query().at("pid") == 0; }));
-  EXPECT_NE(kill(pid, 0), 0);
+  EXPECT_NE(kill(pid, 0), 0) << "its keeper has looked after it";
   EXPECT_EQ(Query().at("win32ExitCode"), 0);
   EXPECT_THAT(History(),
               ElementsAre("start", "process-started", "dispatched", "2", "4", "3", "control", "1", "process-ended"));

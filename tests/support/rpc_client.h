@@ -54,8 +54,6 @@ class RpcClient {
   DWORD Destroy();
   // Ends the connection as the end of a client's process does.
   void Vanish();
-  // The handle was destroyed by other means.
-  void Forget() { subscription_ = nullptr; }
 
   std::unique_ptr<Wait> BeginWait() { return std::make_unique<Wait>(subscription_); }
   WaitResult WaitForEvent() { return Wait(subscription_).Finish(); }

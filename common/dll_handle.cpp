@@ -16,7 +16,9 @@ HMODULE LoadFrom(const DllSource& source) {
 
 }  // namespace
 
-CDllHandle::~CDllHandle() { UniqueModule library(std::exchange(this->module, nullptr)); }
+CDllHandle::~CDllHandle() {
+  UniqueModule library(std::exchange(this->module, nullptr));
+}
 
 bool CDllHandle::Load(const DllSource& source) {
   if (IsLoaded()) {
@@ -44,7 +46,9 @@ void CDllHandle::Unload() {
   ClearEntryPoints();
 }
 
-bool CDllHandle::BindEntryPoints(HMODULE) { return true; }
+bool CDllHandle::BindEntryPoints(HMODULE) {
+  return true;
+}
 
 void CDllHandle::ClearEntryPoints() {}
 

@@ -14,8 +14,12 @@ struct DllSource {
   const WCHAR* name;
   DWORD loadFlags;  // 0: LoadLibraryW; otherwise those of LoadLibraryExW
 };
-inline DllSource DllByPath(const WCHAR* fullPath) { return {fullPath, 0}; }
-inline DllSource DllFromSystem(const WCHAR* fileName) { return {fileName, LOAD_LIBRARY_SEARCH_SYSTEM32}; }
+inline DllSource DllByPath(const WCHAR* fullPath) {
+  return {fullPath, 0};
+}
+inline DllSource DllFromSystem(const WCHAR* fileName) {
+  return {fileName, LOAD_LIBRARY_SEARCH_SYSTEM32};
+}
 
 class CDllHandle {
  public:

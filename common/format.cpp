@@ -47,7 +47,8 @@ Conversion ReadConversion(const WCHAR* at) {
   Conversion conversion;
   for (; *at == '0'; ++at) conversion.zeroFill = true;
   for (; *at >= '0' && *at <= '9'; ++at) {
-    if (conversion.width < kLargestWidth) conversion.width = conversion.width * 10 + static_cast<std::size_t>(*at - '0');
+    if (conversion.width < kLargestWidth)
+      conversion.width = conversion.width * 10 + static_cast<std::size_t>(*at - '0');
   }
   while (*at == 'l' || *at == 'h') ++at;
   conversion.type = *at;
@@ -89,7 +90,9 @@ void PutArgument(BoundedText& out, const Conversion& conversion, const FormatArg
   PutNumber(out, conversion, argument);
 }
 
-bool IsConversion(WCHAR type) { return WideStringView(W("udxXsc")).find(type) != WideStringView::npos && type != 0; }
+bool IsConversion(WCHAR type) {
+  return WideStringView(W("udxXsc")).find(type) != WideStringView::npos && type != 0;
+}
 
 }  // namespace
 

@@ -17,8 +17,7 @@ namespace Quorvex::PC::Common {
 class FormatArgument {
  public:
   template <typename T>
-    requires std::is_integral_v<T>
-  FormatArgument(T value)
+  requires std::is_integral_v<T> FormatArgument(T value)
       : number_(static_cast<std::uint64_t>(static_cast<std::make_unsigned_t<T>>(value))), bits_(sizeof(T) * 8) {}
   FormatArgument(const WCHAR* text) : text_(text), isText_(true) {}
 

@@ -26,7 +26,8 @@ struct ButtonPress {
 constexpr ButtonPress DecodeButtonAnswer(std::uint32_t answer) {
   const std::uint32_t source = answer & 0xFF00u;
   const bool both = answer == 0x40000000u;
-  return {.isAnswer = (answer & 0x40000000u) != 0, .oneTouch = both || source == 0x400u, .irOpe = both || source == 0x300u};
+  return {
+      .isAnswer = (answer & 0x40000000u) != 0, .oneTouch = both || source == 0x400u, .irOpe = both || source == 0x300u};
 }
 
 }  // namespace Quorvex::PC::Hkd04a7

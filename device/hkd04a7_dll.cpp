@@ -11,7 +11,7 @@ bool CHkd04a7DllInternalAPI::CallFuncMethod(std::uint32_t functionCode, std::uin
   return CallEntryPoint(entryPoints_.callFuncMethod, functionCode, arg1, arg2, arg3, result);
 }
 
-bool CHkd04a7DllInternalAPI::BeginWaitNotification(NotificationCallback* callback, void* context) const {
+bool CHkd04a7DllInternalAPI::BeginWaitNotification(NotificationCallback callback, void* context) const {
   return CallEntryPoint(entryPoints_.beginWaitNotification, callback, context);
 }
 
@@ -30,6 +30,8 @@ bool CHkd04a7DllInternalAPI::BindEntryPoints(HMODULE library) {
          FindEntryPoint(library, "InternalGetCallbackForNotificationWorker", to.getCallbackForNotificationWorker);
 }
 
-void CHkd04a7DllInternalAPI::ClearEntryPoints() { entryPoints_ = {}; }
+void CHkd04a7DllInternalAPI::ClearEntryPoints() {
+  entryPoints_ = {};
+}
 
 }  // namespace Quorvex::PC::Hkd04a7

@@ -8,12 +8,12 @@ namespace Quorvex::PC::Hkd04a7::Service {
 namespace {
 
 // learn.microsoft.com: DeriveCapabilitySidsFromName; each SID and each array belongs to the caller (LocalFree).
-using DeriveCapabilitySidsFromNameFunction = BOOL(WINAPI)(LPCWSTR capabilityName, PSID** groupSids, DWORD* groupCount,
-                                                          PSID** capabilitySids, DWORD* capabilityCount);
+using DeriveCapabilitySidsFromNameFunction = BOOL(WINAPI*)(LPCWSTR capabilityName, PSID** groupSids, DWORD* groupCount,
+                                                           PSID** capabilitySids, DWORD* capabilityCount);
 
 class CapabilityApi : public Common::CDllHandle {
  public:
-  DeriveCapabilitySidsFromNameFunction* deriveCapabilitySidsFromName = nullptr;
+  DeriveCapabilitySidsFromNameFunction deriveCapabilitySidsFromName = nullptr;
 
  protected:
   bool BindEntryPoints(HMODULE library) override {
@@ -39,7 +39,8 @@ SidArray DeriveCapabilitySids(const WCHAR* capabilityName) {
   PSID* capabilities = nullptr;
   DWORD groupCount = 0;
   DWORD capabilityCount = 0;
-  if (!api.deriveCapabilitySidsFromName(capabilityName, &groups, &groupCount, &capabilities, &capabilityCount)) return {};
+  if (!api.deriveCapabilitySidsFromName(capabilityName, &groups, &groupCount, &capabilities, &capabilityCount))
+    return {};
   const SidArray unusedGroups(groups, groupCount);
   return SidArray(capabilities, capabilityCount);
 }

@@ -8,7 +8,9 @@ namespace Quorvex::PC::Hkd04a7::Service {
 
 using Common::MutexLock;
 
-CRpcEventNotify::~CRpcEventNotify() { CancelWait(); }
+CRpcEventNotify::~CRpcEventNotify() {
+  CancelWait();
+}
 
 DWORD CRpcEventNotify::WaitEventAsync(PRPC_ASYNC_STATE asyncState, Hkd04a7Rpc_EventRecord* record) {
   DebugLog(W("hkd04a7 - rpcserver - WaitEventAsync\n"));
@@ -91,7 +93,9 @@ void CRpcEventNotify::Complete(DWORD result, const Hkd04a7Rpc_EventRecord* recor
   DebugLog(W("hkd04a7 - rpcserver - complete ret=0x%08x\n"), status);
 }
 
-RPC_STATUS CRpcEventNotify::TestPendingCancel() { return RpcServerTestCancel(RpcAsyncGetCallHandle(pendingAsync)); }
+RPC_STATUS CRpcEventNotify::TestPendingCancel() {
+  return RpcServerTestCancel(RpcAsyncGetCallHandle(pendingAsync));
+}
 
 void CRpcEventNotify::SetPending(PRPC_ASYNC_STATE asyncState, Hkd04a7Rpc_EventRecord* record) {
   pendingAsync = asyncState;

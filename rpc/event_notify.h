@@ -12,11 +12,11 @@
 namespace Quorvex::PC::Hkd04a7::Service {
 
 // What a wait can come to.
-inline constexpr DWORD kWaitPending = 0x800703E5;         // left pending
-inline constexpr DWORD kWaitRefused = 0x800706FF;         // another wait is in progress
-inline constexpr DWORD kWaitCancelled = 0x800704C7;       // cancelled by the service
-inline constexpr DWORD kWaitNotAccepted = 0x80070015;     // the service is stopping
-inline constexpr DWORD kWaitCancelledByClient = 1;        // cancelled by the service, its client had done so before
+inline constexpr DWORD kWaitPending = 0x800703E5;      // left pending
+inline constexpr DWORD kWaitRefused = 0x800706FF;      // another wait is in progress
+inline constexpr DWORD kWaitCancelled = 0x800704C7;    // cancelled by the service
+inline constexpr DWORD kWaitNotAccepted = 0x80070015;  // the service is stopping
+inline constexpr DWORD kWaitCancelledByClient = 1;     // cancelled by the service, its client had done so before
 
 // Callable from every thread. A subscription lives as long as somebody holds it: the list of subscriptions, or a call
 // that runs on its handle. Asynchronous calls are completed with its lock held; completing never comes back here. Where

@@ -3,6 +3,10 @@
 
 #include "platform/rpc_interface.h"
 
-void* __RPC_USER midl_user_allocate(size_t size) { return std::malloc(size); }
+void* __RPC_USER midl_user_allocate(size_t size) {
+  return std::malloc(size);
+}
 
-void __RPC_USER midl_user_free(void* block) { std::free(block); }
+void __RPC_USER midl_user_free(void* block) {
+  std::free(block);
+}

@@ -1,4 +1,5 @@
-// Who may reach the RPC endpoint: everyone on the machine, and packaged processes with the hardware-settings capability.
+// Who may reach the RPC endpoint: everyone on the machine, and packaged processes with the hardware-settings
+// capability.
 #pragma once
 
 #include "common/handles.h"

@@ -19,7 +19,9 @@ WCHAR g_protocolSequence[] = W("ncalrpc");
 WCHAR g_endpoint[] = W("Hkd04a7RpcEndpoint");
 
 // The RPC calls take text without const.
-RPC_WSTR RpcText(WCHAR* text) { return reinterpret_cast<RPC_WSTR>(text); }
+RPC_WSTR RpcText(WCHAR* text) {
+  return reinterpret_cast<RPC_WSTR>(text);
+}
 
 bool StepSucceeded(const WCHAR* message, DWORD status) {
   if (status == RPC_S_OK) return true;
@@ -66,8 +68,10 @@ bool CRpcServer::Start() {
     return false;
   }
   if (!StepSucceeded(W("hkd04a7 -- RpcServerUseProtseqEp failed, err=0x%08x\n"), UseEndpoint(security))) return false;
-  if (!StepSucceeded(W("hkd04a7 -- RpcServerRegisterIf3 failed, err=0x%08x\n"), RegisterInterface(security))) return false;
-  if (!StepSucceeded(W("hkd04a7 -- RpcServerInqBindings failed, err=0x%08x\n"), RpcServerInqBindings(&this->bindings))) {
+  if (!StepSucceeded(W("hkd04a7 -- RpcServerRegisterIf3 failed, err=0x%08x\n"), RegisterInterface(security)))
+    return false;
+  if (!StepSucceeded(W("hkd04a7 -- RpcServerInqBindings failed, err=0x%08x\n"),
+                     RpcServerInqBindings(&this->bindings))) {
     return false;
   }
   if (!StepSucceeded(W("hkd04a7 -- RpcEpRegister failed, err=0x%08x\n"),

@@ -4,13 +4,19 @@
 
 namespace {
 
-[[noreturn]] void RefuseProcedure() { RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE); }
+[[noreturn]] void RefuseProcedure() {
+  RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE);
+}
 
 }  // namespace
 
-HRESULT Hkd04a7Rpc_Device_Create(handle_t, Hkd04a7Rpc_DeviceHandle*) { RefuseProcedure(); }
+HRESULT Hkd04a7Rpc_Device_Create(handle_t, Hkd04a7Rpc_DeviceHandle*) {
+  RefuseProcedure();
+}
 
-HRESULT Hkd04a7Rpc_Device_Close(Hkd04a7Rpc_DeviceHandle*) { RefuseProcedure(); }
+HRESULT Hkd04a7Rpc_Device_Close(Hkd04a7Rpc_DeviceHandle*) {
+  RefuseProcedure();
+}
 
 HRESULT Hkd04a7Rpc_Device_CallFuncMethod(Hkd04a7Rpc_DeviceHandle, DWORD, DWORD, DWORD, DWORD, DWORD*) {
   RefuseProcedure();
@@ -24,8 +30,12 @@ HRESULT Hkd04a7Rpc_UnregisterAppServiceForNotification(handle_t, const WCHAR*, D
   RefuseProcedure();
 }
 
-HRESULT Hkd04a7Rpc_Device_GetWakeupStatus(Hkd04a7Rpc_DeviceHandle, DWORD, DWORD*) { RefuseProcedure(); }
+HRESULT Hkd04a7Rpc_Device_GetWakeupStatus(Hkd04a7Rpc_DeviceHandle, DWORD, DWORD*) {
+  RefuseProcedure();
+}
 
-HRESULT Hkd04a7Rpc_RunFileAsSystem(handle_t, DWORD, const WCHAR*, const WCHAR*, DWORD*) { RefuseProcedure(); }
+HRESULT Hkd04a7Rpc_RunFileAsSystem(handle_t, DWORD, const WCHAR*, const WCHAR*, DWORD*) {
+  RefuseProcedure();
+}
 
 void __RPC_USER Hkd04a7Rpc_DeviceHandle_rundown(Hkd04a7Rpc_DeviceHandle) {}

@@ -34,7 +34,8 @@ class WakeupRecord {
 
  private:
   bool OpenParent() {
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kParentKey, 0, KEY_ALL_ACCESS, parent_.Receive()) == ERROR_SUCCESS) return true;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kParentKey, 0, KEY_ALL_ACCESS, parent_.Receive()) == ERROR_SUCCESS)
+      return true;
     return RegCreateKeyExW(HKEY_LOCAL_MACHINE, kParentKey, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
                            parent_.Receive(), nullptr) == ERROR_SUCCESS;
   }

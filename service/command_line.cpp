@@ -36,7 +36,9 @@ int TakeBase(const WCHAR*& text) {
   return 16;
 }
 
-bool IsBlank(WCHAR character) { return character == ' ' || (character >= '\t' && character <= '\r'); }
+bool IsBlank(WCHAR character) {
+  return character == ' ' || (character >= '\t' && character <= '\r');
+}
 
 }  // namespace
 

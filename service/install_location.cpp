@@ -17,8 +17,8 @@ bool IsPublished(const WCHAR* directory) {
 }
 
 bool OpenView(REGSAM view, Common::UniqueRegistryKey& key) {
-  return RegCreateKeyExW(HKEY_LOCAL_MACHINE, kProductKey, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE | view, nullptr,
-                         key.Receive(), nullptr) == ERROR_SUCCESS;
+  return RegCreateKeyExW(HKEY_LOCAL_MACHINE, kProductKey, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE | view,
+                         nullptr, key.Receive(), nullptr) == ERROR_SUCCESS;
 }
 
 bool SetText(const Common::UniqueRegistryKey& key, const WCHAR* name, WideStringView text) {

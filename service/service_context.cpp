@@ -22,6 +22,8 @@ CServiceContext::CServiceContext() {
   OpenTrace(etwDll, trace);
 }
 
-CServiceContext::~CServiceContext() { deviceDll.CancelWaitNotification(); }
+CServiceContext::~CServiceContext() {
+  deviceDll.CancelWaitNotification();
+}
 
 }  // namespace Quorvex::PC::Hkd04a7::Service

@@ -17,7 +17,9 @@ bool ReadInstalledVersion(VersionBuffer& version) {
          ERROR_SUCCESS;
 }
 
-bool IsDigit(WCHAR character) { return character >= '0' && character <= '9'; }
+bool IsDigit(WCHAR character) {
+  return character >= '0' && character <= '9';
+}
 
 }  // namespace
 

@@ -15,8 +15,8 @@ constexpr std::uint32_t kWakeCause = 2;
 
 void RecordButtonWake(CServiceContext& context) {
   std::uint32_t answer = 0;
-  if (!g_deviceCapabilities.hasButtonEvents ||
-      !QueryDevice(context, {DeviceFunction::Buttons, kWakeCause}, answer) || !NamesWakeButton(answer)) {
+  if (!g_deviceCapabilities.hasButtonEvents || !QueryDevice(context, {DeviceFunction::Buttons, kWakeCause}, answer) ||
+      !NamesWakeButton(answer)) {
     return WriteWakeupButtonRecord(0);
   }
   WriteWakeupButtonRecord(answer);

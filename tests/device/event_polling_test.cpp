@@ -36,27 +36,47 @@ class EventPolling : public testing::Test {
 // Answers are scripted for the exact query, so nothing but the rule under test decides.
 TEST_F(EventPolling, TurnsEachAnswerIntoItsEvents) {
   service.StartAndSettle();
-  Expect("application switch 0 and 2", [](auto& d) { d.Answers({0x1000, 1, 0, 0}, {0x00000005}); },
+  Expect("application switch 0 and 2",
+         [](auto& d) {
+           d.Answers({0x1000, 1, 0, 0}, {0x00000005});
+         },
          {"WriteHkd04a7Event(1, 5, 0)", "WriteApplicationSwitchControlEvent(1)", "WriteHkd04a7Event(3, 5, 0)",
           "WriteApplicationSwitchControlEvent(3)"});
-  Expect("the last switch", [](auto& d) { d.Answers({0x1000, 1, 0, 0}, {0x40000000}); },
+  Expect("the last switch",
+         [](auto& d) {
+           d.Answers({0x1000, 1, 0, 0}, {0x40000000});
+         },
          {"WriteHkd04a7Event(31, 1073741824, 0)", "WriteApplicationSwitchControlEvent(31)"});
   Expect("a mask with bit 31", [](auto& d) { d.Answers({0x1000, 1, 0, 0}, {0x80000001}); }, {});
   Expect("button answers until bit 30 is clear",
-         [](auto& d) { d.Answers({0x1002, 1, 0, 0}, {0x40000401, 0x40000300, 0, 0x40000401}); },
+         [](auto& d) {
+           d.Answers({0x1002, 1, 0, 0}, {0x40000401, 0x40000300, 0, 0x40000401});
+         },
          {"WriteHkd04a7Event(32, 1073742849, 0)", "WriteIROpeOneButtonControlEvent(1073742849)",
           "WriteHkd04a7Event(33, 1073742592, 0)", "WriteIROpeOneButtonControlEvent(1073742592)"});
   Expect("what was left behind it", [](auto&) {},
          {"WriteHkd04a7Event(32, 1073742849, 0)", "WriteIROpeOneButtonControlEvent(1073742849)"});
-  Expect("both buttons, then one of no name", [](auto& d) { d.Answers({0x1002, 1, 0, 0}, {0x40000000, 0x40000500, 0}); },
+  Expect("both buttons, then one of no name",
+         [](auto& d) {
+           d.Answers({0x1002, 1, 0, 0}, {0x40000000, 0x40000500, 0});
+         },
          {"WriteHkd04a7Event(32, 1073741824, 0)", "WriteHkd04a7Event(33, 1073741824, 0)",
           "WriteIROpeOneButtonControlEvent(1073741824)", "WriteIROpeOneButtonControlEvent(1073743104)"});
   Expect("an acceleration answer without bit 0", [](auto& d) { d.Answers({0x1006, 0x12, 0, 0}, {2}); }, {});
-  Expect("acceleration", [](auto& d) { d.Answers({0x1006, 0x12, 0, 0}, {3}); },
+  Expect("acceleration",
+         [](auto& d) {
+           d.Answers({0x1006, 0x12, 0, 0}, {3});
+         },
          {"WriteHkd04a7Event(34, 3, 0)", "WriteInterruptAccelerationSensorEvent(3)"});
-  Expect("embedded controller", [](auto& d) { d.Answers({0x1006, 0x22, 1, 0}, {0x11}); },
+  Expect("embedded controller",
+         [](auto& d) {
+           d.Answers({0x1006, 0x22, 1, 0}, {0x11});
+         },
          {"WriteHkd04a7Event(38, 1, 17)", "WriteInterruptECEvent(1, 17)"});
-  Expect("emergency by bit 1", [](auto& d) { d.Answers({0x1009, 1, 0, 0}, {2}); },
+  Expect("emergency by bit 1",
+         [](auto& d) {
+           d.Answers({0x1009, 1, 0, 0}, {2});
+         },
          {"WriteHkd04a7Event(35, 2, 0)", "WriteEmergencyNotificationEvent(2)"});
   Expect("phone-PC bits 1 and 2, one answering 0",
          [](auto& d) {
@@ -66,7 +86,10 @@ TEST_F(EventPolling, TurnsEachAnswerIntoItsEvents) {
          },
          {"WriteHkd04a7Event(36, 1, 9)", "WritePhonePCDataControlEvent(1, 9)", "WriteHkd04a7Event(36, 2, 0)",
           "WritePhonePCDataControlEvent(2, 0)"});
-  Expect("function 0x1015", [](auto& d) { d.Answers({0x1015, 5, 0, 0}, {0x40000001}); },
+  Expect("function 0x1015",
+         [](auto& d) {
+           d.Answers({0x1015, 5, 0, 0}, {0x40000001});
+         },
          {"WriteHkd04a7Event(40, 0, 0)", "WriteHkd04a7Event(40, 30, 0)"});
   Expect("function 0x101C: 0, 7, 0",
          [](auto& d) {

@@ -45,9 +45,9 @@ TEST_F(Subscription, LogsEachStepAsItIsMade) {
 
   auto wait = client.BeginWait();
   ASSERT_TRUE(service.Log().WaitFor("hkd04a7 - rpcserver - WaitEventAsync 4\n"));
-  EXPECT_THAT(Logged(), ElementsAre("hkd04a7 - rpcserver - waitasync\n", "hkd04a7 - rpcserver - WaitEventAsync\n",
-                                    "hkd04a7 - rpcserver - WaitEventAsync 2\n",
-                                    "hkd04a7 - rpcserver - WaitEventAsync 4\n"));
+  EXPECT_THAT(Logged(),
+              ElementsAre("hkd04a7 - rpcserver - waitasync\n", "hkd04a7 - rpcserver - WaitEventAsync\n",
+                          "hkd04a7 - rpcserver - WaitEventAsync 2\n", "hkd04a7 - rpcserver - WaitEventAsync 4\n"));
 
   Press(1);
   EXPECT_EQ(wait->Finish().Text(), "0 (1, 1, 0)");
@@ -57,15 +57,15 @@ TEST_F(Subscription, LogsEachStepAsItIsMade) {
                                     "hkd04a7 - rpcserver - complete ret=0x00000000\n"));
 
   Press(3);
-  EXPECT_THAT(Logged(), ElementsAre("hkd04a7 - rpcserver - notify\n", "hkd04a7 - rpcserver - notify -2\n",
-                                    "hkd04a7 - rpcserver - notify -core 1\n",
-                                    "hkd04a7 - rpcserver - notify -core 2\n"));
+  EXPECT_THAT(Logged(),
+              ElementsAre("hkd04a7 - rpcserver - notify\n", "hkd04a7 - rpcserver - notify -2\n",
+                          "hkd04a7 - rpcserver - notify -core 1\n", "hkd04a7 - rpcserver - notify -core 2\n"));
   EXPECT_EQ(client.WaitForEvent().Text(), "0 (3, 4, 0)");
-  EXPECT_THAT(Logged(), ElementsAre("hkd04a7 - rpcserver - waitasync\n", "hkd04a7 - rpcserver - WaitEventAsync\n",
-                                    "hkd04a7 - rpcserver - WaitEventAsync 2\n",
-                                    "hkd04a7 - rpcserver - WaitEventAsync 3\n", "hkd04a7 - rpcserver - complete\n",
-                                    "hkd04a7 - rpcserver - complete call\n",
-                                    "hkd04a7 - rpcserver - complete ret=0x00000000\n"));
+  EXPECT_THAT(Logged(),
+              ElementsAre("hkd04a7 - rpcserver - waitasync\n", "hkd04a7 - rpcserver - WaitEventAsync\n",
+                          "hkd04a7 - rpcserver - WaitEventAsync 2\n", "hkd04a7 - rpcserver - WaitEventAsync 3\n",
+                          "hkd04a7 - rpcserver - complete\n", "hkd04a7 - rpcserver - complete call\n",
+                          "hkd04a7 - rpcserver - complete ret=0x00000000\n"));
 
   auto pending = client.BeginWait();
   ASSERT_TRUE(service.Log().WaitFor("hkd04a7 - rpcserver - WaitEventAsync 4\n"));
@@ -73,9 +73,9 @@ TEST_F(Subscription, LogsEachStepAsItIsMade) {
   ASSERT_EQ(client.Destroy(), 0u);
   EXPECT_EQ(client.Subscription(), nullptr);
   EXPECT_EQ(pending->Finish().Text(), "800704c7 (0, 0, 0)");
-  EXPECT_THAT(Logged(), ElementsAre("hkd04a7 - rpcserver - destroy\n", "hkd04a7 - rpcserver - complete\n",
-                                    "hkd04a7 - rpcserver - complete call\n",
-                                    "hkd04a7 - rpcserver - complete ret=0x00000000\n"));
+  EXPECT_THAT(Logged(),
+              ElementsAre("hkd04a7 - rpcserver - destroy\n", "hkd04a7 - rpcserver - complete\n",
+                          "hkd04a7 - rpcserver - complete call\n", "hkd04a7 - rpcserver - complete ret=0x00000000\n"));
 }
 
 TEST_F(Subscription, RunsDownWithItsConnection) {
@@ -189,8 +189,8 @@ TEST_F(Subscription, StaysInTheListWhenItsDeletionCannotBeStarted) {
   host::FailCall("TrySubmitThreadpoolCallback", 1, ERROR_NOT_ENOUGH_MEMORY);
   Logged();
   ASSERT_EQ(client.Destroy(), 0u);
-  EXPECT_THAT(Logged(), ElementsAre("hkd04a7 - rpcserver - destroy\n",
-                                    "Failed to start DeleteCRpcEventNotifySimpleCallback()"));
+  EXPECT_THAT(Logged(),
+              ElementsAre("hkd04a7 - rpcserver - destroy\n", "Failed to start DeleteCRpcEventNotifySimpleCallback()"));
   Press(1);
   EXPECT_THAT(Logged(), testing::Contains("hkd04a7 - rpcserver - notify -core 2\n"));
 }

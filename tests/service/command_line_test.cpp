@@ -66,10 +66,22 @@ TEST(CommandLine, ReadsNumbersWithAutomaticBase) {
     const WCHAR* text;
     std::uint32_t number;
   } cases[] = {
-      {W("0"), 0},          {W("42"), 42},         {W("0x1F"), 31},          {W("0XfF"), 255},
-      {W("017"), 15},       {W("089"), 0},         {W("12abc"), 12},         {W("abc"), 0},
-      {W(""), 0},           {W("-1"), 0xFFFFFFFF}, {W("-0x10"), 0xFFFFFFF0}, {W("4294967295"), 0xFFFFFFFF},
-      {W("4294967296"), 0xFFFFFFFF}, {W("99999999999999999999"), 0xFFFFFFFF}, {W("0x"), 0}, {W("0xg"), 0},
+      {W("0"), 0},
+      {W("42"), 42},
+      {W("0x1F"), 31},
+      {W("0XfF"), 255},
+      {W("017"), 15},
+      {W("089"), 0},
+      {W("12abc"), 12},
+      {W("abc"), 0},
+      {W(""), 0},
+      {W("-1"), 0xFFFFFFFF},
+      {W("-0x10"), 0xFFFFFFF0},
+      {W("4294967295"), 0xFFFFFFFF},
+      {W("4294967296"), 0xFFFFFFFF},
+      {W("99999999999999999999"), 0xFFFFFFFF},
+      {W("0x"), 0},
+      {W("0xg"), 0},
   };
   for (const auto& entry : cases) EXPECT_EQ(ParseUnsigned(entry.text), entry.number);
 }

@@ -72,11 +72,9 @@ TEST_F(Controls, RecordsWhatWokeTheMachine) {
     std::uint32_t switchWord, buttonWord;
     DWORD switchInfo, oneTouch, irOpe;
   } cases[] = {
-      {0, 0x40000401, 0, 0x40000401, 0},
-      {0, 0x40000312, 0, 0, 0x40000312},
-      {0x00000004, 0, 4, 0, 0},
-      {0, 0x00000401, 0, 0, 0},           // bit 30 clear: asked of the device, not recorded
-      {0x80000004, 0x80000401, 0, 0, 0},  // answers that do not count
+      {0, 0x40000401, 0, 0x40000401, 0}, {0, 0x40000312, 0, 0, 0x40000312},
+      {0x00000004, 0, 4, 0, 0},          {0, 0x00000401, 0, 0, 0},  // bit 30 clear: asked of the device, not recorded
+      {0x80000004, 0x80000401, 0, 0, 0},                            // answers that do not count
       {0, 0x40000500, 0, 0, 0},
   };
   DWORD counter = Record(W("WrittenWakeupHistoryCounter"));
@@ -117,8 +115,8 @@ TEST_F(Controls, SessionChangesBecomeEventsAndSomeClearTheRecord) {
   const struct {
     unsigned eventType;
     bool clears;
-  } cases[] = {{WTS_SESSION_LOGON, false},      {WTS_SESSION_LOGOFF, true},  {WTS_CONSOLE_CONNECT, false},
-               {WTS_CONSOLE_DISCONNECT, true}, {WTS_SESSION_LOCK, false}, {99, false}};
+  } cases[] = {{WTS_SESSION_LOGON, false},     {WTS_SESSION_LOGOFF, true}, {WTS_CONSOLE_CONNECT, false},
+               {WTS_CONSOLE_DISCONNECT, true}, {WTS_SESSION_LOCK, false},  {99, false}};
   for (const auto& entry : cases) {
     SuspendAndResume();
     ASSERT_EQ(Record(W("WakeupSwitchInfo")), 4u);

@@ -26,7 +26,7 @@ TEST(Decisions, ButtonAnswers) {
     std::uint32_t answer;
     bool isAnswer, oneTouch, irOpe;
   } cases[] = {
-      {0x40000401, true, true, false}, {0x40000300, true, false, true},  {0x40000000, true, true, true},
+      {0x40000401, true, true, false},  {0x40000300, true, false, true},  {0x40000000, true, true, true},
       {0x40000500, true, false, false}, {0x00000401, false, true, false}, {0, false, false, false},
       {0x40000001, true, false, false},
   };
@@ -42,8 +42,8 @@ TEST(Decisions, WakeWords) {
   const struct {
     std::uint32_t word, oneTouch, irOpe;
   } cases[] = {
-      {0x40000401, 0x40000401, 0}, {0x40000312, 0, 0x40000312}, {0x00000401, 0, 0},
-      {0x80000401, 0, 0},          {0xC0000401, 0, 0},          {0x40000500, 0, 0}, {0, 0, 0},
+      {0x40000401, 0x40000401, 0}, {0x40000312, 0, 0x40000312}, {0x00000401, 0, 0}, {0x80000401, 0, 0},
+      {0xC0000401, 0, 0},          {0x40000500, 0, 0},          {0, 0, 0},
   };
   for (const auto& entry : cases) {
     const WakeupButtonInfo info = DecodeWakeupButton(entry.word);

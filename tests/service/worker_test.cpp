@@ -50,16 +50,19 @@ void MoveProgramTo(const std::string& folder) {
   host::SetExecutablePath(host::ToUtf16(folder + "/hkd04a7-service"));
 }
 
-std::string ProgramFolder() { return std::filesystem::canonical("/proc/self/exe").parent_path(); }
+std::string ProgramFolder() {
+  return std::filesystem::canonical("/proc/self/exe").parent_path();
+}
 
-std::string VariantFolder(const std::string& variant) { return ProgramFolder() + "/variants/" + variant; }
+std::string VariantFolder(const std::string& variant) {
+  return ProgramFolder() + "/variants/" + variant;
+}
 
 TEST(Worker, StartsServesAndStops) {
   ServiceProcess service;
   service.StartAndSettle();
-  EXPECT_EQ(WorkerLines(service),
-            (Lines{"hkd04a7 Quorvex::PC::Hkd04a7::Service::CRpcServer::Start enter\n",
-                   "HKD04A7: worker thread: ready", "hkd04a7 - rpcserver - notify\n"}));
+  EXPECT_EQ(WorkerLines(service), (Lines{"hkd04a7 Quorvex::PC::Hkd04a7::Service::CRpcServer::Start enter\n",
+                                         "HKD04A7: worker thread: ready", "hkd04a7 - rpcserver - notify\n"}));
   EXPECT_EQ(service.ReportedStates(), kStartedStates);
   EXPECT_EQ(service.Stop(), 0u);
   EXPECT_EQ(service.ExitCode(), 0);

@@ -16,7 +16,9 @@ LogCapture::LogCapture() {
   });
 }
 
-LogCapture::~LogCapture() { host::CaptureDebugOutput({}); }
+LogCapture::~LogCapture() {
+  host::CaptureDebugOutput({});
+}
 
 std::vector<std::string> LogCapture::Take() {
   const std::lock_guard hold(lock_);

@@ -11,8 +11,9 @@ using Quorvex::PC::Common::UniqueRegistryKey;
 
 void Set(const WCHAR* key, const WCHAR* name, DWORD type, const void* data, std::size_t size, REGSAM view) {
   UniqueRegistryKey opened;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, key, 0, nullptr, 0, KEY_WRITE | view, nullptr, opened.Receive(), nullptr),
-            ERROR_SUCCESS);
+  ASSERT_EQ(
+      RegCreateKeyExW(HKEY_LOCAL_MACHINE, key, 0, nullptr, 0, KEY_WRITE | view, nullptr, opened.Receive(), nullptr),
+      ERROR_SUCCESS);
   ASSERT_EQ(RegSetValueExW(opened.Get(), name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size)),
             ERROR_SUCCESS);
 }

@@ -50,16 +50,21 @@ Wait::~Wait() {
 WaitResult Wait::Finish() {
   State& state = *state_;
   if (state.started != RPC_S_OK) return {state.started, 0, state.record};
-  if (WaitForSingleObject(state.done.Get(), kTenSeconds) != WAIT_OBJECT_0) return {RPC_S_CALL_IN_PROGRESS, 0, state.record};
+  if (WaitForSingleObject(state.done.Get(), kTenSeconds) != WAIT_OBJECT_0)
+    return {RPC_S_CALL_IN_PROGRESS, 0, state.record};
   DWORD result = 0;
   const RPC_STATUS status = RpcAsyncCompleteCall(&state.async, &result);
   state.finished = true;
   return {status, result, state.record};
 }
 
-void Wait::Cancel() { EXPECT_EQ(RpcAsyncCancelCall(&state_->async, FALSE), RPC_S_OK); }
+void Wait::Cancel() {
+  EXPECT_EQ(RpcAsyncCancelCall(&state_->async, FALSE), RPC_S_OK);
+}
 
-bool Wait::IsOutstanding() { return WaitForSingleObject(state_->done.Get(), 0) == WAIT_TIMEOUT; }
+bool Wait::IsOutstanding() {
+  return WaitForSingleObject(state_->done.Get(), 0) == WAIT_TIMEOUT;
+}
 
 RpcClient::RpcClient() {
   WCHAR text[] = W("ncalrpc:[Hkd04a7RpcEndpoint]");
@@ -80,8 +85,7 @@ DWORD RpcClient::Create() {
 
 DWORD RpcClient::Destroy() {
   HRESULT result = 0;
-  const RPC_STATUS status =
-      CatchRpcException([&] { result = Client_Hkd04a7Rpc_EventNotify_Destroy(&subscription_); });
+  const RPC_STATUS status = CatchRpcException([&] { result = Client_Hkd04a7Rpc_EventNotify_Destroy(&subscription_); });
   return Outcome(status, result);
 }
 

@@ -56,7 +56,9 @@ void ServiceProcess::Join() {
   if (process_.joinable()) process_.join();
 }
 
-unsigned ServiceProcess::Start() { return machine_.Call("service.start", {{"name", kService}}); }
+unsigned ServiceProcess::Start() {
+  return machine_.Call("service.start", {{"name", kService}});
+}
 
 void ServiceProcess::StartAndSettle() {
   ASSERT_EQ(Start(), 0u);
@@ -77,9 +79,9 @@ void ServiceProcess::AwaitStopped() {
 
 unsigned ServiceProcess::Control(unsigned control, unsigned eventType, unsigned session) {
   nlohmann::json reply;
-  const unsigned error = machine_.Call(
-      "service.control", {{"name", kService}, {"control", control}, {"eventType", eventType}, {"session", session}},
-      &reply);
+  const unsigned error =
+      machine_.Call("service.control",
+                    {{"name", kService}, {"control", control}, {"eventType", eventType}, {"session", session}}, &reply);
   return error != 0 ? error : reply.at("result").get<unsigned>();
 }
 

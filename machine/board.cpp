@@ -128,7 +128,8 @@ json Board::Status() {
   const DeviceCounts device = device_->Counts();
   json events = json::array();
   for (const NamedEventStatus& event : events_.List())
-    events.push_back(json{{"name", event.name}, {"signalled", event.signalled}, {"holds", event.holds}});
+    events.push_back(
+        json{{"name", event.name}, {"signalled", event.signalled}, {"holds", event.holds}, {"sddl", event.sddl}});
   json connections = json::array();
   for (const auto& [id, connection] : server_.connections())
     connections.push_back(json{{"id", id}, {"pid", connection->peer().pid}});

@@ -1,5 +1,6 @@
 #include "tests/rpc/raw_client.h"
 
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -60,27 +61,10 @@ bool RawClient::Send(std::span<const std::byte> bytes) {
 std::optional<RawReply> RawClient::Receive(std::chrono::milliseconds timeout) {
   const auto until = std::chrono::steady_clock::now() + timeout;
   for (;;) {
-    RawReply reply;
-    if (input_.size() >= kHeaderSize && ParseHeader(std::span(input_).first<kHeaderSize>(), reply.header)) {
-      return std::nullopt;
-    }
-    const std::size_t length = reply.header.fragmentLength;
-    if (length > 0 && input_.size() >= length) {
-      const auto pdu = std::span(input_).first(length);
-      ResponsePdu response;
-      FaultPdu fault;
-      BindNakPdu nak;
-      if (reply.header.type == PduType::Response && !ParseResponse(reply.header, pdu, response)) {
-        reply.stub.assign(response.stub.begin(), response.stub.end());
-      }
-      if (reply.header.type == PduType::Fault && !ParseFault(reply.header, pdu, fault)) reply.fault = fault.status;
-      if (reply.header.type == PduType::BindNak && !ParseBindNak(reply.header, pdu, nak)) reply.nakReason = nak.reason;
-      if (reply.header.type == PduType::BindAck || reply.header.type == PduType::AlterContextResponse) {
-        ParseBindAck(reply.header, pdu, reply.ack);
-      }
-      input_.erase(input_.begin(), input_.begin() + static_cast<std::ptrdiff_t>(length));
-      return reply;
-    }
+    PduHeader header;
+    const bool hasHeader = input_.size() >= kHeaderSize;
+    if (hasHeader && ParseHeader(std::span(input_).first<kHeaderSize>(), header)) return std::nullopt;
+    if (hasHeader && input_.size() >= header.fragmentLength) return TakeReply(header);
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
     pollfd readable{socket_, POLLIN, 0};
     if (left.count() < 0 || poll(&readable, 1, static_cast<int>(left.count())) <= 0) return std::nullopt;
@@ -89,6 +73,34 @@ std::optional<RawReply> RawClient::Receive(std::chrono::milliseconds timeout) {
     if (size <= 0) return std::nullopt;
     input_.insert(input_.end(), bytes, bytes + size);
   }
+}
+
+RawReply RawClient::TakeReply(const PduHeader& header) {
+  const auto pdu = std::span(input_).first(header.fragmentLength);
+  RawReply reply;
+  reply.header = header;
+  ResponsePdu response;
+  FaultPdu fault;
+  BindNakPdu nak;
+  switch (header.type) {
+    case PduType::Response:
+      EXPECT_FALSE(ParseResponse(header, pdu, response));
+      reply.stub.assign(response.stub.begin(), response.stub.end());
+      break;
+    case PduType::Fault:
+      EXPECT_FALSE(ParseFault(header, pdu, fault));
+      reply.fault = fault.status;
+      break;
+    case PduType::BindNak:
+      EXPECT_FALSE(ParseBindNak(header, pdu, nak));
+      reply.nakReason = nak.reason;
+      break;
+    default:
+      EXPECT_FALSE(ParseBindAck(header, pdu, reply.ack));
+      break;
+  }
+  input_.erase(input_.begin(), input_.begin() + header.fragmentLength);
+  return reply;
 }
 
 bool RawClient::ClosedByServer() {

@@ -70,6 +70,7 @@ class RawClient {
   std::uint32_t StartWait(std::uint16_t procedure, const host::rpc::ContextToken& token);
 
  private:
+  RawReply TakeReply(const host::rpc::PduHeader& header);
   Answer Finish(std::uint16_t procedure);
 
   int socket_ = -1;

@@ -1,0 +1,143 @@
+// Endpoints, the flat calls of the server side, and running out of file descriptors.
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "platform/host/base/fault_injection.h"
+#include "platform/host/base/machine_directory.h"
+#include "platform/host/link/unix_socket.h"
+#include "platform/host/rpc/server_status.h"
+#include "tests/rpc/server_fixture.h"
+
+using namespace host::rpc;
+using namespace std::chrono_literals;
+
+namespace {
+
+using ServerEndpoints = ServerFixture;
+
+// What this process has used so far.
+std::chrono::microseconds ProcessorTime() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+         std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+// Sockets made before the limit falls wait in the backlog until descriptors come free.
+TEST_F(ServerEndpoints, RunningOutOfDescriptorsDelaysClientsAndDoesNotSpin) {
+  auto first = Connect();
+  // A sanitizer needs descriptors for what it has not seen yet: it is shown a whole connection before they are gone.
+  Connect().Work(1);
+  ASSERT_TRUE(Eventually([] { return ConnectionCount() == 1; }));
+  std::vector<RawClient> waiting;
+  for (int i = 0; i < 5; ++i) waiting.emplace_back(kTestEndpoint);
+  ASSERT_TRUE(Eventually([] { return ConnectionCount() == 6; }));
+
+  std::vector<int> reserved;
+  for (int i = 0; i < 3; ++i) reserved.push_back(socket(AF_UNIX, SOCK_STREAM, 0));
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit old = limit;
+  limit.rlim_cur = static_cast<rlim_t>(reserved.back()) + 1;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  close(reserved.back());
+  RawClient late(kTestEndpoint);  // takes the last one
+  ASSERT_TRUE(late.valid());
+  EXPECT_EQ(first.Work(1).number, 1u);
+  const auto before = ProcessorTime();
+  std::this_thread::sleep_for(300ms);
+  EXPECT_LT(ProcessorTime() - before, 150ms);
+  EXPECT_EQ(ConnectionCount(), 6u);
+  waiting.clear();
+  EXPECT_NE(late.Bind(kTestInterface), 0u);
+  setrlimit(RLIMIT_NOFILE, &old);
+  close(reserved[0]);
+  close(reserved[1]);
+}
+
+TEST_F(ServerEndpoints, EndpointsAreRefusedByTheirOwnCodes) {
+  const struct {
+    const char16_t* protocol;
+    const char16_t* endpoint;
+    RPC_STATUS status;
+  } cases[] = {{u"ncacn_np", u"Another", RPC_S_PROTSEQ_NOT_SUPPORTED},
+               {u"ncalrpc", u"", RPC_S_INVALID_ENDPOINT_FORMAT},
+               {u"ncalrpc", u"../escape", RPC_S_INVALID_ENDPOINT_FORMAT},
+               {u"ncalrpc", u"TestEndpoint", RPC_S_DUPLICATE_ENDPOINT},
+               {u"ncalrpc", u"Another", RPC_S_OK}};
+  for (const auto& each : cases) {
+    std::u16string protocol = each.protocol;
+    std::u16string endpoint = each.endpoint;
+    EXPECT_EQ(RpcServerUseProtseqEpW(protocol.data(), 10, endpoint.data(), nullptr), each.status);
+  }
+  RPC_BINDING_VECTOR* bindings = nullptr;
+  ASSERT_EQ(RpcServerInqBindings(&bindings), RPC_S_OK);
+  EXPECT_EQ(bindings->Count, 2u);
+  EXPECT_EQ(RpcEpRegisterW(Handle(kTestInterface), bindings, nullptr, nullptr), EPT_S_CANT_PERFORM_OP)
+      << "no machine is up";
+  EXPECT_EQ(RpcBindingVectorFree(&bindings), RPC_S_OK);
+  EXPECT_EQ(bindings, nullptr);
+  EXPECT_EQ(RpcServerRegisterIf3(Handle(kTestInterface), nullptr, nullptr, 0x21, 1, 0, nullptr, nullptr),
+            RPC_S_TYPE_ALREADY_REGISTERED);
+}
+
+TEST_F(ServerEndpoints, ASocketThatADeadProcessLeftIsReplaced) {
+  const std::string path = host::CurrentMachineDirectory().runtime + "/ncalrpc/Stale";
+  const int left = host::ListenUnixSocket(path, 1);
+  ASSERT_GE(left, 0);
+  close(left);
+  WCHAR protocol[] = u"ncalrpc";
+  WCHAR endpoint[] = u"Stale";
+  EXPECT_EQ(RpcServerUseProtseqEpW(protocol, 10, endpoint, nullptr), RPC_S_OK);
+  RawClient client("Stale");
+  EXPECT_NE(client.Bind(kTestInterface), 0u);
+}
+
+TEST_F(ServerEndpoints, ListeningLastsUntilItIsEnded) {
+  std::atomic<bool> ended = false;
+  std::thread listening([&] {
+    EXPECT_EQ(RpcServerListen(1, 1234, FALSE), RPC_S_OK);
+    ended = true;
+  });
+  std::this_thread::sleep_for(20ms);
+  EXPECT_FALSE(ended);
+  EXPECT_TRUE(Eventually([&] {
+    EndListening();
+    return ended.load();
+  }));
+  listening.join();
+}
+
+TEST_F(ServerEndpoints, EveryFlatCallCanBeMadeToFail) {
+  const std::pair<const char*, std::function<RPC_STATUS()>> calls[] = {
+      {"RpcServerUseProtseqEpW", [] { return RpcServerUseProtseqEpW(nullptr, 1, nullptr, nullptr); }},
+      {"RpcServerRegisterIf3",
+       [] { return RpcServerRegisterIf3(nullptr, nullptr, nullptr, 0, 0, 0, nullptr, nullptr); }},
+      {"RpcServerInqBindings", [] { return RpcServerInqBindings(nullptr); }},
+      {"RpcEpRegisterW", [] { return RpcEpRegisterW(nullptr, nullptr, nullptr, nullptr); }},
+      {"RpcServerListen", [] { return RpcServerListen(1, 1, 0); }},
+      {"RpcServerUnregisterIf", [] { return RpcServerUnregisterIf(Handle(kTestInterface), nullptr, 1); }},
+      {"RpcEpUnregister", [] { return RpcEpUnregister(nullptr, nullptr, nullptr); }},
+      {"RpcBindingVectorFree", [] { return RpcBindingVectorFree(nullptr); }},
+      {"RpcServerTestCancel", [] { return RpcServerTestCancel(nullptr); }},
+  };
+  for (const auto& [name, call] : calls) {
+    host::FailCall(name, 1, 4242);
+    EXPECT_EQ(call(), 4242) << name;
+  }
+  auto client = Connect();
+  const auto subscription = client.Open(kOpenSubscription).token;
+  client.StartWait(kWait, subscription);
+  client.StartWait(kWait, subscription);
+  ASSERT_TRUE(Eventually([&] { return server_.PendingCount() == 2; }));
+  host::FailCall("RpcAsyncCompleteCall", 1, 4243);
+  EXPECT_EQ(CompleteNext(1), 4243);
+  host::FailCall("RpcAsyncAbortCall", 1, 4244);
+  EXPECT_EQ(RpcAsyncAbortCall(server_.TakePending().state, 5), 4244);
+  EXPECT_FALSE(client.Receive(50ms));
+}
+
+}  // namespace

@@ -1,7 +1,11 @@
 #include "machine/settle.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "platform/host/base/error_codes.h"
@@ -20,6 +24,30 @@ constexpr int kDefaultTimeoutMs = 10'000;
 std::uint64_t FileSize(const std::string& path) {
   struct stat status = {};
   return stat(path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+// Whether a thread of the process other than the asking one runs, is about to, or waits for a disk. A worker that was
+// woken but has not had a processor yet has left no other trace.
+bool HasBusyThread(pid_t pid) {
+  std::error_code error;
+  const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
+  for (const auto& task : std::filesystem::directory_iterator(tasks, error)) {
+    if (task.path().filename() == std::to_string(gettid())) continue;
+    std::ifstream in(task.path() / "stat");
+    std::string line;
+    std::getline(in, line);
+    // "pid (name) state ...", where the name may hold anything.
+    const std::size_t name = line.rfind(") ");
+    if (name != std::string::npos && (line[name + 2] == 'R' || line[name + 2] == 'D')) return true;
+  }
+  return false;
+}
+
+bool HasBusyThread(const json& services) {
+  return std::any_of(services.begin(), services.end(), [](const json& service) {
+    const auto pid = service.value("pid", pid_t{0});
+    return pid != 0 && HasBusyThread(pid);
+  });
 }
 
 }  // namespace
@@ -61,6 +89,7 @@ bool Settle::HasCalmedDown() {
   if (!services_.Settled()) outstanding_ = "a control or a change of a service's state";
   if (counts.notificationsOutstanding != 0) outstanding_ = "device notifications";
   if (counts.callsInProgress != 0) outstanding_ = "a device call";
+  if (HasBusyThread(services_.Report())) outstanding_ = "a thread of a service is running";
   if (activity != last_ || !outstanding_.empty()) calmSince_ = Clock::now();
   last_ = activity;
   const bool calm = Clock::now() - calmSince_ >= kCalm;

@@ -2,8 +2,9 @@
 //
 // Nothing is outstanding when no control is on its way, no service is starting or stopping, every notification of the
 // device has been handed to all who wait for them and no device call is being answered, and, for 30 milliseconds, there
-// has been no notification, no device call, no debug line and no trace record. The last is what tells that the
-// service's worker has come to rest: it does none of these only while it waits for its next packet.
+// has been no notification, no device call, no debug line and no trace record, and every thread of the services slept
+// whenever it was looked at. The last two tell that the service's worker has come to rest: it does none of these only
+// while it waits for its next packet.
 #pragma once
 
 #include <array>

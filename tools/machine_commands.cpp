@@ -28,6 +28,8 @@ int Up(const Options& options, bool withService) {
   if (int code = StartMachine(options); code != kDone) return code;
   if (withService) {
     if (int code = EnsureService(options); code != kDone) return code;
+    // Clients are welcome when this command returns.
+    if (int code = AwaitServiceReady(options); code != kDone) return code;
   }
   Say(options, wasUp ? "the machine was up already" : "the machine is up");
   return kDone;
@@ -41,9 +43,11 @@ int Down(const Options& options) {
 
 int Reboot(const Options& options) {
   const MachineRequest request{"reboot", "the machine", "hkd04a7ctl status", kRebootPatience};
-  const int code = CallMachine(options, request, nlohmann::json{{"op", "machine.reboot"}}, nullptr);
-  if (code == kDone) Say(options, "the machine has rebooted");
-  return code;
+  if (int code = CallMachine(options, request, nlohmann::json{{"op", "machine.reboot"}}, nullptr); code != kDone)
+    return code;
+  if (int code = AwaitServiceReady(options); code != kDone) return code;
+  Say(options, "the machine has rebooted");
+  return kDone;
 }
 
 void Add(CLI::App& app, Options& options, const char* name, const char* help, int (*act)(const Options&)) {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <nlohmann/json.hpp>
@@ -26,6 +27,7 @@ constexpr unsigned kStopped = 1;
 constexpr std::chrono::seconds kDaemonPatience{20};
 constexpr std::chrono::seconds kServicePatience{60};
 constexpr std::chrono::seconds kSettlePatience{30};
+constexpr std::chrono::seconds kReadyPatience{5};
 
 json Named(const char* op) {
   return json{{"op", op}, {"name", kServiceName}};
@@ -45,6 +47,19 @@ int ConfigureService(const Options& options) {
 // The control manager's answer without a report: the caller decides what it means.
 DWORD AskForService(json* service) {
   return host::MachineLink::Instance().Call(Named("service.query"), service);
+}
+
+// The wake check at the end of the start is what signals the event; a service that is still registering with its device
+// is at home to clients, though.
+bool StartIsOver() {
+  json service, status;
+  if (AskForService(&service) != ERROR_SUCCESS || service.value("state", kStopped) == kStopped) return true;
+  if (host::MachineLink::Instance().Call(json{{"op", "machine.status"}}, &status) != ERROR_SUCCESS) return true;
+  const json events = status.value("events", json::array());
+  return std::any_of(events.begin(), events.end(), [](const json& event) {
+    return event.value("name", "").find("CompletedCheckWakeupEvent") != std::string::npos &&
+           event.value("signalled", false);
+  });
 }
 
 bool ProcessIsGone(pid_t pid) {
@@ -117,6 +132,13 @@ int QueryHistory(const Options& options, json* history) {
   const int code = CallMachine(options, request, Named("service.history"), &reply);
   if (code == kDone) *history = reply.at("history");
   return code;
+}
+
+int AwaitServiceReady(const Options& options) {
+  const auto deadline = std::chrono::steady_clock::now() + kReadyPatience;
+  while (!StartIsOver() && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  return Settle(options);
 }
 
 int Settle(const Options& options) {

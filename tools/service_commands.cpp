@@ -29,6 +29,7 @@ int Query(const Options& options) {
 // Acts, then says in which state the service is.
 int ActAndQuery(const Options& options, int (*act)(const Options&)) {
   if (int code = act(options); code != kDone) return code;
+  if (int code = AwaitServiceReady(options); code != kDone) return code;
   nlohmann::json service;
   if (int code = QueryService(options, &service); code != kDone) return code;
   std::printf("%s\n", options.json ? service.dump().c_str() : ServiceStateText(service).c_str());
@@ -44,7 +45,7 @@ void Add(CLI::App& app, Options& options, const char* name, const char* help, st
 }  // namespace
 
 void AddServiceCommands(CLI::App& app, Options& options) {
-  Add(app, options, "start", "start the service and wait until it runs",
+  Add(app, options, "start", "start the service and wait until it is at rest",
       [](const Options& chosen) { return ActAndQuery(chosen, StartService); });
   Add(app, options, "stop", "stop the service and wait until it has stopped",
       [](const Options& chosen) { return ActAndQuery(chosen, StopService); });

@@ -45,9 +45,13 @@ std::uint32_t Number(const json& object, const char* key) {
   return object.value(key, std::uint32_t{0});
 }
 
+// 0 needs no explanation.
+std::string CodeText(std::uint32_t code) {
+  return code == 0 ? "0" : client::DescribeCode(code);
+}
+
 std::string ExitText(const json& status) {
-  const std::uint32_t code = Number(status, "win32ExitCode");
-  std::string text = ", exit code " + (code == 0 ? "0" : client::DescribeCode(code));
+  std::string text = ", exit code " + CodeText(Number(status, "win32ExitCode"));
   const std::uint32_t specific = Number(status, "serviceSpecificExitCode");
   if (specific != 0) text += ", service code " + std::to_string(specific);
   return text;
@@ -70,7 +74,7 @@ std::string ControlText(const json& entry) {
   if (control == 13) text += ": " + Name(kPowerEvents, type);
   if (control == 14)
     text += ": " + Name(kSessionEvents, type) + ", session " + std::to_string(Number(entry, "session"));
-  return text + ", answered " + client::DescribeCode(Number(entry, "result"));
+  return text + ", answered " + CodeText(Number(entry, "result"));
 }
 
 std::string EntryText(const std::string& kind, const json& entry) {
@@ -78,6 +82,7 @@ std::string EntryText(const std::string& kind, const json& entry) {
   if (kind == "control") return ControlText(entry);
   if (kind == "configured") return Name(kStartTypes, Number(entry, "startType")) + " start";
   std::string text = entry.value("text", "");
+  if (kind == "start") return "asked for";
   if (entry.contains("pid")) text += (text.empty() ? "process " : ", process ") + std::to_string(Number(entry, "pid"));
   if (kind == "start-failed") text += ", " + client::DescribeCode(Number(entry, "error"));
   return text;

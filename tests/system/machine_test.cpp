@@ -80,7 +80,6 @@ TEST_F(MachineTest, Reboots) {
 TEST_F(MachineTest, SuspendsAndRemembersWhatWokeIt) {
   const std::string record = "HKLM\\Software\\Quorvex\\HKD04A7\\Wakeup";
   Done({"up"});
-  Done({"settle"});
   Done({"suspend"});
   EXPECT_THAT(Done({"reg", "get", record, "WakeupOnetouchButtonInfo"}), HasSubstr("dword 0x00000000"));
   Done({"resume", "--wake", "0x40000401", "--notifications", "suspend,critical"});

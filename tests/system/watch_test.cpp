@@ -29,11 +29,7 @@ std::vector<std::string> Events(const std::string& output) {
 
 class WatchTest : public ToolTest {
  protected:
-  // The service runs, its start is over.
-  void SetUp() override {
-    Done({"up"});
-    Done({"settle"});
-  }
+  void SetUp() override { Done({"up"}); }
 };
 
 TEST_F(WatchTest, APressReachesBothClients) {

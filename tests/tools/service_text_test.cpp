@@ -40,7 +40,7 @@ TEST(ServiceTextTest, TellsWhatHappened) {
   const Case cases[] = {
       {R"({"kind":"state","state":2,"checkPoint":1})", "start pending, checkpoint 1"},
       {R"({"kind":"state","state":1,"win32ExitCode":1066,"serviceSpecificExitCode":149})", "service code 149"},
-      {R"({"kind":"control","control":1,"result":0})", "stop, answered 0 (ERROR_SUCCESS"},
+      {R"({"kind":"control","control":1,"result":0})", "stop, answered 0"},
       {R"({"kind":"control","control":13,"eventType":18,"result":0})", "power event: resume automatic"},
       {R"({"kind":"control","control":14,"eventType":5,"session":3,"result":0})", "session change: logon, session 3"},
       {R"({"kind":"control","control":2,"result":120})", "120 (ERROR_CALL_NOT_IMPLEMENTED"},

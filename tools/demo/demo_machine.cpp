@@ -69,7 +69,7 @@ int DemoMachine::BringUp(bool chosen) {
   if (int code = PrepareDevice(); code != kDone) return code;
   if (int code = EnableLog(options_); code != kDone) return code;
   if (int code = EnsureService(options_); code != kDone) return code;
-  return Settle(options_);
+  return AwaitServiceReady(options_);
 }
 
 }  // namespace tool

@@ -44,7 +44,7 @@ void Power::Resume(const Request& request) {
 void Power::Tell(std::vector<DWORD> eventTypes, const Responder& responder) {
   std::vector<ServiceNotice> notices;
   for (const DWORD type : eventTypes) notices.push_back({kControlPowerEvent, type, 0});
-  services_.NotifyInOrder(std::move(notices), [responder](json delivered) {
+  services_.notices().Send(std::move(notices), [responder](json delivered) {
     responder.Reply(json{{"delivered", std::move(delivered)}});
   });
 }

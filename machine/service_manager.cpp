@@ -40,18 +40,13 @@ std::string RefusalText(DWORD code) {
 
 }  // namespace
 
-// Notices on their way, one after another.
-struct ServiceManager::NoticeRound {
-  std::vector<ServiceNotice> notices;
-  std::size_t next = 0;
-  std::size_t unanswered = 0;  // controls of the present notice, and one while they are being queued
-  json results = json::array();
-  std::function<void(json)> done;
-};
-
 ServiceManager::ServiceManager(Loop& loop, ProcessTable& processes, const std::string& storePath,
                                ServiceRunner::Launcher launcher)
-    : loop_(loop), store_(storePath), waits_(loop), runner_(loop, processes, services_, waits_, std::move(launcher)) {}
+    : loop_(loop),
+      store_(storePath),
+      waits_(loop),
+      runner_(loop, processes, services_, waits_, std::move(launcher)),
+      notices_(loop, services_) {}
 
 bool ServiceManager::Load(std::string* error) {
   if (!store_.Load(error)) return false;
@@ -198,33 +193,6 @@ void ServiceManager::StartAutomatic() {
   }
 }
 
-void ServiceManager::NotifyInOrder(std::vector<ServiceNotice> notices, std::function<void(json results)> done) {
-  const auto round = std::make_shared<NoticeRound>();
-  round->notices = std::move(notices);
-  round->done = std::move(done);
-  SendNextNotice(round);
-}
-
-void ServiceManager::SendNextNotice(const std::shared_ptr<NoticeRound>& round) {
-  if (round->next == round->notices.size()) return round->done(round->results);
-  const ServiceNotice notice = round->notices[round->next++];
-  round->unanswered = services_.size() + 1;
-  for (const auto& [name, service] : services_) {
-    ServiceControl control{notice.control, notice.eventType, notice.session, {}};
-    control.done = [this, round, notice, name = name](DWORD result, bool delivered) {
-      if (delivered)
-        round->results.push_back(json{{"service", name}, {"eventType", notice.eventType}, {"result", result}});
-      CountAnswer(round);
-    };
-    service->QueueControl(std::move(control));
-  }
-  CountAnswer(round);
-}
-
-void ServiceManager::CountAnswer(const std::shared_ptr<NoticeRound>& round) {
-  if (--round->unanswered == 0) loop_.Post([this, round] { SendNextNotice(round); });
-}
-
 void ServiceManager::ShutDown(std::function<void()> done) {
   shuttingDown_ = true;
   runner_.SetShuttingDown(true);
@@ -259,7 +227,8 @@ void ServiceManager::EndShutdown() {
 bool ServiceManager::Settled() const {
   return std::all_of(services_.begin(), services_.end(), [](const auto& entry) {
     const Service& service = *entry.second;
-    return service.idle() && (service.status.state == kStopped || service.status.state == kRunning);
+    const bool gone = service.status.state == kStopped && service.pid == 0;
+    return service.idle() && (gone || service.status.state == kRunning);
   });
 }
 

@@ -8,18 +8,12 @@
 #include <vector>
 
 #include "machine/op_registry.h"
+#include "machine/service_notices.h"
 #include "machine/service_runner.h"
 #include "machine/service_store.h"
 #include "machine/service_waits.h"
 
 namespace machine {
-
-// A notice to every service that accepts it: a power event or a session change.
-struct ServiceNotice {
-  DWORD control = 0;
-  DWORD eventType = 0;
-  DWORD session = 0;
-};
 
 class ServiceManager {
  public:
@@ -33,9 +27,8 @@ class ServiceManager {
 
   void StartAutomatic();
 
-  // Sends each notice to every service that accepts it, the next one when all have answered. `done` gets
-  // [{"service","eventType","result"}] in the end.
-  void NotifyInOrder(std::vector<ServiceNotice> notices, std::function<void(nlohmann::json results)> done);
+  // Notices to the services.
+  ServiceNotices& notices() { return notices_; }
 
   // As a shutdown does: no start any more; services that accept it are told, services inside the machine's own process
   // are stopped; `done` is called when they have stopped, or after a limit.
@@ -43,7 +36,7 @@ class ServiceManager {
   // The machine boots again: services can start.
   void EndShutdown();
 
-  // No control on its way, nothing starting or stopping.
+  // No control on its way, nothing starting or stopping, no process on its way out.
   bool Settled() const;
 
   // Every service as "service.query" shows it, with its history.
@@ -58,9 +51,6 @@ class ServiceManager {
   void Stop(const Request& request);
   void Control(const Request& request);
   void AwaitShutdown(std::vector<std::shared_ptr<Service>> told, Clock::time_point limit, std::function<void()> done);
-  struct NoticeRound;
-  void SendNextNotice(const std::shared_ptr<NoticeRound>& round);
-  void CountAnswer(const std::shared_ptr<NoticeRound>& round);
   void RemoveMarked();
   nlohmann::json Describe(const Service& service) const;
   std::shared_ptr<Service> Named(const Request& request) const;
@@ -70,6 +60,7 @@ class ServiceManager {
   Services services_;
   ServiceWaits waits_;
   ServiceRunner runner_;
+  ServiceNotices notices_;
   bool shuttingDown_ = false;
 };
 

@@ -37,8 +37,9 @@ void ServiceRunner::Start(const std::shared_ptr<Service>& service, const Service
   service->history.Add("start", json{{"instance", service->instance}, {"state", kStartPending}});
   launches_[service->instance] = ServiceLaunch{configuration.name, configuration.program, configuration.arguments};
   if (service->pid == 0) return Launch(service);
-  service->startTimer = loop_.After(kLeavingLimit, [this, service] {
-    if (!service->insideMachine) processes_.Terminate(service->pid);
+  service->startTimer = loop_.After(kLeavingLimit, [this, weak = std::weak_ptr(service)] {
+    const auto leaving = weak.lock();
+    if (leaving != nullptr && !leaving->insideMachine) processes_.Terminate(leaving->pid);
   });
 }
 
@@ -82,10 +83,12 @@ void ServiceRunner::LaunchProcess(const std::shared_ptr<Service>& service, const
 
 void ServiceRunner::AwaitDispatcher(const std::shared_ptr<Service>& service) {
   service->dispatcher.reset();
-  service->startTimer = loop_.After(kDispatcherLimit, [this, service] {
-    FailStart(*service, ERROR_SERVICE_REQUEST_TIMEOUT, "the process did not reach its dispatcher within 30 seconds");
-    if (!service->insideMachine) processes_.Terminate(service->pid);
-    if (service->insideMachine) service->pid = 0;
+  service->startTimer = loop_.After(kDispatcherLimit, [this, weak = std::weak_ptr(service)] {
+    const auto late = weak.lock();
+    if (late == nullptr) return;
+    FailStart(*late, ERROR_SERVICE_REQUEST_TIMEOUT, "the process did not reach its dispatcher within 30 seconds");
+    if (!late->insideMachine) processes_.Terminate(late->pid);
+    if (late->insideMachine) late->pid = 0;
   });
 }
 

@@ -16,7 +16,7 @@
 
 namespace machine {
 
-using Services = std::map<std::string, std::shared_ptr<Service>, ServiceNameLess>;
+using Services = std::map<std::string, std::shared_ptr<Service>, NameLess>;
 
 class ServiceRunner {
  public:

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "machine/json_file.h"
-#include "platform/host/base/text.h"
 
 namespace machine {
 
@@ -42,10 +41,6 @@ std::string FaultOf(const ServiceConfiguration& configuration) {
   if (configuration.startType < kAutomaticStart || configuration.startType > kDisabled)
     return "the start type is 2 (automatic), 3 (on demand) or 4 (disabled)";
   return {};
-}
-
-bool ServiceNameLess::operator()(const std::string& left, const std::string& right) const {
-  return host::CompareNoCase(host::ToUtf16(left), host::ToUtf16(right)) < 0;
 }
 
 bool ServiceStore::Load(std::string* error) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "machine/name_order.h"
 #include "platform/host/base/types.h"
 
 namespace machine {
@@ -26,11 +27,6 @@ void ReadConfiguration(const nlohmann::json& value, ServiceConfiguration* config
 // Empty when `configuration` can be kept, else what is wrong with it.
 std::string FaultOf(const ServiceConfiguration& configuration);
 
-// Service names differ in more than case.
-struct ServiceNameLess {
-  bool operator()(const std::string& left, const std::string& right) const;
-};
-
 class ServiceStore {
  public:
   explicit ServiceStore(std::string path) : path_(std::move(path)) {}
@@ -45,10 +41,10 @@ class ServiceStore {
   bool Put(const ServiceConfiguration& configuration, std::string* error);
   bool Remove(const std::string& name, std::string* error);
 
-  const std::map<std::string, ServiceConfiguration, ServiceNameLess>& all() const { return services_; }
+  const std::map<std::string, ServiceConfiguration, NameLess>& all() const { return services_; }
 
  private:
-  using Services = std::map<std::string, ServiceConfiguration, ServiceNameLess>;
+  using Services = std::map<std::string, ServiceConfiguration, NameLess>;
   bool Save(Services changed, std::string* error);
 
   std::string path_;

@@ -105,7 +105,7 @@ void SessionOperations::Tell(const std::vector<SessionChange>& changes, std::fun
   std::vector<ServiceNotice> notices;
   for (const SessionChange& change : changes)
     notices.push_back({kControlSessionChange, static_cast<DWORD>(change.event), change.session});
-  services_.NotifyInOrder(std::move(notices), std::move(done));
+  services_.notices().Send(std::move(notices), std::move(done));
 }
 
 }  // namespace machine

@@ -1,12 +1,11 @@
 #include "machine/user_store.h"
 
-#include <cctype>
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <utility>
 
 #include "machine/json_file.h"
-#include "platform/host/base/text.h"
 
 namespace machine {
 
@@ -28,15 +27,6 @@ bool IsUserName(const std::string& name) {
   return !name.empty() && name.size() <= kMaxNameLength && name.find_first_of("/\\[]:;|=,+*?<>\"") == std::string::npos;
 }
 
-// The key under which spellings of one name meet.
-std::u16string Fold(const std::string& name) {
-  std::u16string folded = host::ToUtf16(name);
-  for (char16_t& unit : folded) {
-    if (unit < 128) unit = static_cast<char16_t>(std::tolower(unit));
-  }
-  return folded;
-}
-
 }  // namespace
 
 bool UserStore::Load(std::string* error) {
@@ -49,7 +39,7 @@ bool UserStore::Load(std::string* error) {
   }
   try {
     machineSid_ = file.at("machineSid").get<std::string>();
-    for (const auto& [name, id] : file.at("users").items()) accounts_[Fold(name)] = {name, id.get<std::uint32_t>()};
+    for (const auto& [name, id] : file.at("users").items()) accounts_[name] = id.get<std::uint32_t>();
   } catch (const json::exception& wrong) {
     *error = path_ + ": " + wrong.what();
     return false;
@@ -62,36 +52,34 @@ std::optional<std::string> UserStore::Ensure(const std::string& name, std::strin
     *error = "'" + name + "' cannot be a user's name";
     return std::nullopt;
   }
-  if (const auto found = accounts_.find(Fold(name)); found != accounts_.end()) return SidOf(found->second);
+  if (const auto found = accounts_.find(name); found != accounts_.end()) return SidOf(found->second);
   std::uint32_t relativeId = kFirstRelativeId;
-  for (const auto& [key, account] : accounts_) relativeId = std::max(relativeId, account.relativeId + 1);
+  for (const auto& [known, id] : accounts_) relativeId = std::max(relativeId, id + 1);
   Accounts changed = accounts_;
-  changed[Fold(name)] = {name, relativeId};
+  changed[name] = relativeId;
   if (!Save(changed, error)) return std::nullopt;
   accounts_ = std::move(changed);
-  return SidOf(accounts_.at(Fold(name)));
+  return SidOf(relativeId);
 }
 
 std::string UserStore::Spelling(const std::string& name) const {
-  const auto found = accounts_.find(Fold(name));
-  return found != accounts_.end() ? found->second.name : name;
+  const auto found = accounts_.find(name);
+  return found != accounts_.end() ? found->first : name;
 }
 
 json UserStore::Report() const {
   json report = json::array();
-  for (const auto& [key, account] : accounts_) {
-    report.push_back(json{{"user", account.name}, {"sid", SidOf(account)}});
-  }
+  for (const auto& [name, id] : accounts_) report.push_back(json{{"user", name}, {"sid", SidOf(id)}});
   return report;
 }
 
-std::string UserStore::SidOf(const Account& account) const {
-  return machineSid_ + "-" + std::to_string(account.relativeId);
+std::string UserStore::SidOf(std::uint32_t relativeId) const {
+  return machineSid_ + "-" + std::to_string(relativeId);
 }
 
 bool UserStore::Save(const Accounts& accounts, std::string* error) const {
   json users = json::object();
-  for (const auto& [key, account] : accounts) users[account.name] = account.relativeId;
+  for (const auto& [name, id] : accounts) users[name] = id;
   return WriteJsonFile(path_, json{{"machineSid", machineSid_}, {"users", users}}, true, error);
 }
 

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "machine/name_order.h"
+
 namespace machine {
 
 class UserStore {
@@ -27,13 +29,9 @@ class UserStore {
   nlohmann::json Report() const;
 
  private:
-  struct Account {
-    std::string name;
-    std::uint32_t relativeId;
-  };
-  using Accounts = std::map<std::u16string, Account>;  // by the folded name
+  using Accounts = std::map<std::string, std::uint32_t, NameLess>;  // name to relative id
 
-  std::string SidOf(const Account& account) const;
+  std::string SidOf(std::uint32_t relativeId) const;
   bool Save(const Accounts& accounts, std::string* error) const;
 
   std::string path_;

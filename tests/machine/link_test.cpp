@@ -1,8 +1,10 @@
 // The control socket and the link: messages, malformed ones, lost connections.
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <ctime>
 #include <thread>
 
 #include "platform/host/base/machine_directory.h"
@@ -104,6 +106,25 @@ TEST_F(LinkTest, AMachineThatGoesEndsPendingCallsAndTellsSo) {
   EXPECT_EQ(Code("ping"), 1062u);
   Start();
   EXPECT_EQ(Code("ping"), 0u) << "the link connects anew";
+}
+
+TEST_F(LinkTest, RunningOutOfDescriptorsDoesNotSpin) {
+  ASSERT_EQ(Code("ping"), 0u);
+  rlimit before = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit tight = {CountDescriptors() + 9, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
+  const std::string path = host::CurrentMachineDirectory().runtime + "/control";
+  std::vector<int> sockets;
+  for (int socket = 0; (socket = host::ConnectUnixSocket(path)) >= 0;) sockets.push_back(socket);
+  const std::clock_t used = std::clock();
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  EXPECT_LT((std::clock() - used) * 1000 / CLOCKS_PER_SEC, 100) << "milliseconds of processor time";
+  EXPECT_EQ(Code("ping"), 0u);
+  for (const int socket : sockets) close(socket);
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  host::MachineLink another;
+  EXPECT_EQ(another.Call({{"op", "ping"}}, nullptr), 0u) << "it accepts again";
 }
 
 TEST_F(LinkTest, OneDaemonServesAMachine) {

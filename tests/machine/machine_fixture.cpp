@@ -7,6 +7,7 @@
 
 #include "platform/host/base/machine_directory.h"
 #include "platform/host/link/machine_link.h"
+#include "platform/host/registry/registry_control.h"
 
 namespace machine_test {
 
@@ -69,6 +70,7 @@ MachineTest::MachineTest() {
 
 MachineTest::~MachineTest() {
   Stop();
+  host::CloseRegistry();
 }
 
 void MachineTest::Start(std::function<unsigned(const machine::ServiceLaunch&)> launcher) {

@@ -14,8 +14,8 @@ namespace host::rpc {
 namespace {
 
 // Above the first a connection is not read, below the second it is again.
-constexpr std::size_t kUnsentHigh = 256 * 1024;
-constexpr std::size_t kUnsentLow = 64 * 1024;
+constexpr std::size_t kUnsentHigh = 256u << 10;
+constexpr std::size_t kUnsentLow = 64u << 10;
 
 }  // namespace
 

@@ -46,8 +46,8 @@ class Watch {
     subscription_ = std::make_unique<EventSubscription>(connection_);
     if (client::Status status = subscription_->Start(); !status.Ok())
       return ReportStatus(options_, "subscribe to events", status);
-    PrintLine(SubscribedLine(options_.json));
     NoteInterrupts();
+    PrintLine(SubscribedLine(options_.json));
     SetDeadline();
     return Follow();
   }

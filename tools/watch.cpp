@@ -25,6 +25,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kInterruptLatency{100};  // how long an interrupt may go unseen
 constexpr std::chrono::seconds kClosePatience{2};            // for the service to take the end of the subscription
 
+constexpr unsigned long kMostEvents = 1'000'000'000;
+
 struct WatchRequest {
   unsigned long count = 0;  // 0: no limit
   double timeoutSeconds = 0;
@@ -32,7 +34,7 @@ struct WatchRequest {
 
 int ReportStatus(const Options& options, const std::string& tried, const client::Status& status) {
   const bool gone = status.ServiceNotReachable();
-  const std::string next = gone ? "start the service (hkd04a7ctl start) and watch again" : "look at hkd04a7ctl log";
+  const std::string next = gone ? "start the service and watch again" : "look at hkd04a7ctl log";
   return Report(options, gone ? kServiceNotRunning : kFailed, {tried, status.operation, status.Code(), next});
 }
 
@@ -134,7 +136,7 @@ class Watch {
 void AddWatchCommand(CLI::App& app, Options& options) {
   CLI::App* command = app.add_subcommand("watch", "subscribe to the service's events and print each as it arrives");
   auto request = std::make_shared<WatchRequest>();
-  command->add_option("--count", request->count, "end after this many events")->check(CLI::PositiveNumber);
+  command->add_option("--count", request->count, "end after this many events")->check(CLI::Range(1ul, kMostEvents));
   command->add_option("--timeout", request->timeoutSeconds, "end after this many seconds, with exit code 124")
       ->check(CLI::Range(0.001, 1e6));
   command->callback(

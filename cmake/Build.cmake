@@ -16,7 +16,7 @@ option(HKD_THREAD_SAFETY "Run clang's thread-safety analysis" OFF)
 option(HKD_FUZZ "Build the fuzz targets (clang)" OFF)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> -Wno-missing-field-initializers)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "Release")
   # g++ 12 sees overlapping copies in optimised concatenations of strings where there are none.
   add_compile_options(-Wno-restrict)
 endif()

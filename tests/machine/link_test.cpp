@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <ctime>
 #include <thread>
 
@@ -39,15 +40,15 @@ class LinkTest : public MachineTest {
  protected:
   void SetUp() override { Start(); }
 
-  // A connection of its own that sends these bytes; true when the daemon closes it within a second.
-  static bool IsClosedAfter(const std::string& bytes) {
+  // A connection of its own that sends these bytes; true when the daemon closes it within the limit.
+  static bool IsClosedAfter(const std::string& bytes, unsigned milliseconds = 10000) {
     const int socket = host::ConnectUnixSocket(host::CurrentMachineDirectory().runtime + "/control");
     EXPECT_GE(socket, 0);
-    const timeval limit = {1, 0};
+    const timeval limit = {milliseconds / 1000, milliseconds % 1000 * 1000};
     setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
     EXPECT_EQ(send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
     char byte = 0;
-    const bool closed = recv(socket, &byte, 1, 0) == 0;
+    const bool closed = recv(socket, &byte, 1, 0) == 0 || errno == ECONNRESET;
     close(socket);
     return closed;
   }
@@ -65,7 +66,7 @@ TEST_F(LinkTest, MalformedMessagesEndTheirOwnConnectionOnly) {
                                    host::EncodeFrame("{\"op\":\"\xff\"}"),
                                    std::string("\xff\xff\xff\xff", 4)};
   for (const std::string& bytes : malformed) EXPECT_TRUE(IsClosedAfter(bytes)) << bytes.substr(0, 40);
-  EXPECT_FALSE(IsClosedAfter(std::string("\x10\0\0\0half", 8))) << "the rest may still come";
+  EXPECT_FALSE(IsClosedAfter(std::string("\x10\0\0\0half", 8), 200)) << "the rest may still come";
   EXPECT_EQ(Code("ping"), 0u);
 }
 

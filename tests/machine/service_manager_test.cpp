@@ -11,6 +11,7 @@ namespace {
 
 using nlohmann::json;
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 constexpr unsigned kStopped = 1;
 constexpr unsigned kRunning = 4;
@@ -40,8 +41,12 @@ TEST_F(ServiceManagerTest, StartsAndStops) {
   EXPECT_TRUE(Eventually([&] { return Query().at("pid") == 0; }));
   EXPECT_NE(kill(pid, 0), 0) << "its keeper has looked after it";
   EXPECT_EQ(Query().at("win32ExitCode"), 0);
-  EXPECT_THAT(History(),
-              ElementsAre("start", "process-started", "dispatched", "2", "4", "3", "control", "1", "process-ended"));
+  // What the process does and what its keeper tells of it come by different ways.
+  std::vector<std::string> history = History();
+  EXPECT_THAT(history, UnorderedElementsAre("start", "process-started", "dispatched", "2", "4", "3", "control", "1",
+                                            "process-ended"));
+  std::erase_if(history, [](const std::string& kind) { return kind.size() > 1; });
+  EXPECT_THAT(history, ElementsAre("2", "4", "3", "1"));
   EXPECT_EQ(Code("service.stop", {{"name", "Dummy"}}), 1062u);
 }
 

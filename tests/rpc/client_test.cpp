@@ -4,8 +4,11 @@
 #include <atomic>
 #include <thread>
 
+#include "machine/machine.h"
+#include "platform/host/base/machine_directory.h"
 #include "platform/host/kernel/close_handle.h"
 #include "platform/host/kernel/sync.h"
+#include "platform/host/link/machine_link.h"
 #include "platform/host/rpc/client_handshake.h"
 #include "platform/host/rpc/server_status.h"
 #include "platform/rpc_client.h"
@@ -143,6 +146,30 @@ TEST_F(ClientTest, WithoutAServer) {
   Hkd04a7Rpc_DeviceHandle device = nullptr;
   const RPC_BINDING_HANDLE binding = Bind(u"NobodyListensHere");
   EXPECT_EQ(CatchRpcException([&] { Client_Hkd04a7Rpc_Device_Create(binding, &device); }), RPC_S_SERVER_UNAVAILABLE);
+}
+
+TEST_F(ClientTest, AnEndpointFromTheEndpointMap) {
+  machine::Options options;
+  options.directory = host::CurrentMachineDirectory();
+  machine::Machine machine(std::move(options));
+  std::string error;
+  ASSERT_TRUE(machine.Start(&error)) << error;
+  host::rpc::CloseServerEndpoints();  // booting has cleared the socket away
+  WCHAR protocol[] = u"ncalrpc";
+  WCHAR endpoint[] = u"Hkd04a7RpcEndpoint";
+  ASSERT_EQ(RpcServerUseProtseqEpW(protocol, 10, endpoint, nullptr), RPC_S_OK);
+  const RPC_BINDING_HANDLE binding = Bind(u"");
+  const auto unregister = [&] { Client_Hkd04a7Rpc_UnregisterAppServiceForNotification(binding, u"", 1, 2, 3); };
+
+  EXPECT_EQ(CatchRpcException(unregister), EPT_S_NOT_REGISTERED);
+  RPC_BINDING_VECTOR* bindings = nullptr;
+  ASSERT_EQ(RpcServerInqBindings(&bindings), RPC_S_OK);
+  ASSERT_EQ(RpcEpRegisterW(Hkd04a7Rpc_v1_0_s_ifspec, bindings, nullptr, nullptr), RPC_S_OK);
+  EXPECT_EQ(CatchRpcException(unregister), RPC_S_OK);
+  EXPECT_EQ(RpcEpUnregister(Hkd04a7Rpc_v1_0_s_ifspec, bindings, nullptr), RPC_S_OK);
+  EXPECT_EQ(RpcBindingVectorFree(&bindings), RPC_S_OK);
+  EXPECT_EQ(CatchRpcException(unregister), RPC_S_OK);  // it has its connection
+  host::MachineLink::Reset();
 }
 
 TEST_F(ClientTest, TheEndOfAnAsynchronousCallIsTold) {

@@ -57,6 +57,16 @@ DWORD CRpcEventNotify::NotifyCore(const Hkd04a7Rpc_EventRecord& record) {
 
 DWORD CRpcEventNotify::CancelWait() {
   const MutexLock hold(lock);
+  return CancelPending();
+}
+
+void CRpcEventNotify::CancelAndNotAcceptWait() {
+  const MutexLock hold(lock);
+  acceptingWaits = false;
+  CancelPending();
+}
+
+DWORD CRpcEventNotify::CancelPending() {
   if (pendingAsync == nullptr) return 1;
   switch (TestPendingCancel()) {
     case RPC_S_OK:
@@ -69,11 +79,6 @@ DWORD CRpcEventNotify::CancelWait() {
       SetPending(nullptr, nullptr);
       return 1;
   }
-}
-
-void CRpcEventNotify::StopAcceptingWaits() {
-  const MutexLock hold(lock);
-  acceptingWaits = false;
 }
 
 void CRpcEventNotify::Complete(DWORD result, const Hkd04a7Rpc_EventRecord* record) {

@@ -40,8 +40,9 @@ class CRpcEventNotify : public std::enable_shared_from_this<CRpcEventNotify> {
   // Ends the pending wait: 0 when one was completed, 1 when there was none or it was dropped.
   DWORD CancelWait() HKD_EXCLUDES(lock);
 
-  // From now on every wait is completed at once with kWaitNotAccepted; events are still queued.
-  void StopAcceptingWaits() HKD_EXCLUDES(lock);
+  // Ends the pending wait, and from now on completes every wait at once with kWaitNotAccepted; events are still queued.
+  // No wait comes in between: it would take the pending one's place, and nobody would complete that one.
+  void CancelAndNotAcceptWait() HKD_EXCLUDES(lock);
 
  private:
   // Completes the pending wait, if any, with `result` and `record` (null: event identifier 0).
@@ -49,6 +50,8 @@ class CRpcEventNotify : public std::enable_shared_from_this<CRpcEventNotify> {
   // RPC_S_OK when the pending wait's client has cancelled it, RPC_S_CALL_IN_PROGRESS when not.
   RPC_STATUS TestPendingCancel() HKD_REQUIRES(lock);
   void SetPending(PRPC_ASYNC_STATE asyncState, Hkd04a7Rpc_EventRecord* record) HKD_REQUIRES(lock);
+  // CancelWait, for those who hold the lock.
+  DWORD CancelPending() HKD_REQUIRES(lock);
   // Makes room for a new wait. False when another one is in progress.
   bool GiveUpCancelledWait() HKD_REQUIRES(lock);
   Hkd04a7Rpc_EventRecord TakeOldest() HKD_REQUIRES(lock);

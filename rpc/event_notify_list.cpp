@@ -48,8 +48,7 @@ void CancelAndNotAcceptWaitAllRpcEventNotify() {
   const MutexLock hold(g_RpcEventNotifyListLock);
   for (const auto& subscription : g_RpcEventNotifyList) {
     DebugLog(W("hkd04a7 - rpcserver - CancelAndNotAcceptWaitAllRpcEventNotify() -2\n"));
-    subscription->StopAcceptingWaits();
-    subscription->CancelWait();
+    subscription->CancelAndNotAcceptWait();
   }
 }
 

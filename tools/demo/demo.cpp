@@ -163,7 +163,7 @@ int Demo::Verdict() const {
 
 int Demo::StayUp() {
   if (int code = StartService(options_); code != kDone) return code;
-  const std::string tool = "hkd04a7ctl --machine " + machine_.Directory();
+  const std::string tool = ProgramFolder() + "/hkd04a7ctl --machine " + machine_.Directory();
   std::printf(
       "\nThe service runs again; the machine stays up until Ctrl-C. Look at it from another terminal:\n"
       "  %s watch\n  %s press 3\n  %s status\n  %s log -f\n",

@@ -107,11 +107,11 @@ const Golden kGolden[] = {
      "04 10 00 80  e5 03 07 80"},
 };
 
-// The arguments that travel in `travels` direction are the same.
-void ExpectSameArguments(const Procedure& procedure, Direction notIn, const Call& actual, const Call& expected) {
+// All arguments but those of direction `without` are the same.
+void ExpectSameArguments(const Procedure& procedure, Direction without, const Call& actual, const Call& expected) {
   ASSERT_EQ(actual.arguments.size(), expected.arguments.size());
   for (std::size_t i = 0; i < procedure.parameters.size(); ++i) {
-    if (procedure.parameters[i].direction == notIn) continue;
+    if (procedure.parameters[i].direction == without) continue;
     SCOPED_TRACE(procedure.parameters[i].name);
     EXPECT_EQ(actual.arguments[i].number, expected.arguments[i].number);
     EXPECT_EQ(actual.arguments[i].text, expected.arguments[i].text);

@@ -39,8 +39,7 @@ std::string KeeperProgram(const Options& options) {
 
 Board::Board(Loop& loop, const Options& options, std::unique_ptr<Device> device,
              std::shared_ptr<host::NamedEventMap> eventMap, std::function<void()> onDown)
-    : loop_(loop),
-      directory_(options.directory),
+    : directory_(options.directory),
       onDown_(std::move(onDown)),
       device_(std::move(device)),
       processes_(loop, {options.directory.runtime, RootOf(options.directory), KeeperProgram(options)}),

@@ -46,7 +46,6 @@ class Board {
   host::Identity IdentityOf(const Connection& connection) const;
   nlohmann::json Status();
 
-  Loop& loop_;
   const host::MachineDirectory directory_;
   const Clock::time_point started_ = Clock::now();
   unsigned boots_ = 1;

@@ -70,7 +70,7 @@ TEST(CompletionPort, ClosingItEndsTheWait) {
     error = GetLastError();
   });
   while (!begun) Sleep(1);
-  Sleep(50);
+  Sleep(500);  // it waits by now
   EXPECT_TRUE(CloseHandle(port));
   waiter.join();
   EXPECT_FALSE(result);

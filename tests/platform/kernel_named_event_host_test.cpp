@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -15,6 +17,7 @@
 #include "platform/host/kernel/handle_table.h"
 #include "platform/host/kernel/named_event_map.h"
 #include "platform/sync.h"
+#include "platform/threads.h"
 #include "tests/platform/named_event_server.h"
 
 namespace {
@@ -156,24 +159,28 @@ TEST(NamedEventHost, AnotherProcessReleasesAWait) {
   CloseHandle(event);
 }
 
+// Whether a thread of this process sleeps in the kernel.
+bool IsAsleep(DWORD thread) {
+  std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
+  std::string pid, name, state;
+  status >> pid >> name >> state;
+  return state == "S";
+}
+
 // A waiter is released although the reset follows the set at once.
 TEST(NamedEventHost, SetThenResetReleasesManualWaiters) {
   const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, kName);
-  const HANDLE ready = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-  std::thread waiter([&] {
-    for (int i = 0; i < 20; ++i) {
-      SetEvent(ready);
-      EXPECT_EQ(WaitForSingleObject(event, 10'000), WAIT_OBJECT_0);
-    }
-  });
   for (int i = 0; i < 20; ++i) {
-    WaitForSingleObject(ready, INFINITE);
-    usleep(5000);  // the waiter is in its wait by now
+    std::atomic<DWORD> id{0};
+    std::thread waiter([&] {
+      id = GetCurrentThreadId();
+      EXPECT_EQ(WaitForSingleObject(event, 10'000), WAIT_OBJECT_0);
+    });
+    while (id == 0 || !IsAsleep(id)) usleep(100);
     SetEvent(event);
     ResetEvent(event);
+    waiter.join();
   }
-  waiter.join();
-  CloseHandle(ready);
   CloseHandle(event);
 }
 

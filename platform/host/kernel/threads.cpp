@@ -96,10 +96,8 @@ void Sleep(DWORD milliseconds) {
     sched_yield();
     return;
   }
+  while (milliseconds == INFINITE) pause();
   timespec rest{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1'000'000};
-  do {
-    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
-    }
-    rest = {86400, 0};
-  } while (milliseconds == INFINITE);
+  while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+  }
 }

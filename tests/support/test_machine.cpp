@@ -1,16 +1,23 @@
 #include "tests/support/test_machine.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <chrono>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/base/machine_directory.h"
+#include "platform/host/kernel/handle_table.h"
+#include "platform/host/kernel/memory.h"
 #include "platform/host/kernel/thread_pool.h"
 #include "platform/host/link/machine_link.h"
 #include "platform/host/registry/registry_control.h"
+#include "platform/host/rpc/server_status.h"
+#include "platform/services.h"
 
 namespace support {
 
@@ -29,10 +36,34 @@ TestMachine::TestMachine(std::function<unsigned(const machine::ServiceLaunch&)> 
   if (device_ == nullptr) throw std::runtime_error(error);
 }
 
+namespace {
+
+// Connections and rundowns end a moment after their client has gone.
+bool RpcIsAtRest() {
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (host::rpc::OpenCallCount() + host::rpc::ContextHandleCount() + host::rpc::ConnectionCount() != 0) {
+    if (std::chrono::steady_clock::now() > limit) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
+// The RPC runtime's threads and its endpoint live as long as the process and are not looked at.
+void ExpectNothingLeftOpen() {
+  EXPECT_TRUE(RpcIsAtRest()) << host::rpc::OpenCallCount() << " calls, " << host::rpc::ContextHandleCount()
+                             << " context handles, " << host::rpc::ConnectionCount() << " connections";
+  host::WaitForThreadPoolIdle();
+  EXPECT_THAT(host::OpenHandleCounts(), testing::IsEmpty());
+  EXPECT_EQ(host::OpenRegistryKeyCount(), 0u);
+  EXPECT_EQ(host::OpenServiceHandleCount(), 0u);
+  EXPECT_EQ(host::LocalBlockCount(), 0);
+}
+
+}  // namespace
+
 TestMachine::~TestMachine() {
   host::ClearFaults();
-  host::WaitForThreadPoolIdle();
-  EXPECT_EQ(host::OpenRegistryKeyCount(), 0u);
+  ExpectNothingLeftOpen();
   machine_->Stop();
   host::MachineLink::Reset();
   host::CloseRegistry();

@@ -14,8 +14,16 @@ using Subscriptions = std::vector<std::shared_ptr<CRpcEventNotify>>;
 Common::Mutex g_RpcEventNotifyListLock;
 Subscriptions& g_RpcEventNotifyList = *new Subscriptions;
 
+namespace {
+
+// Whether a new subscription accepts waits: not behind the stop.
+bool g_acceptingWaits HKD_GUARDED_BY(g_RpcEventNotifyListLock) = true;
+
+}  // namespace
+
 void AddToRpcEventNotifyList(std::shared_ptr<CRpcEventNotify> subscription) {
   const MutexLock hold(g_RpcEventNotifyListLock);
+  if (!g_acceptingWaits) subscription->CancelAndNotAcceptWait();
   g_RpcEventNotifyList.push_back(std::move(subscription));
 }
 
@@ -43,9 +51,15 @@ void DeliverToSubscriptions(const Hkd04a7Rpc_EventRecord& record) {
   }
 }
 
+void AcceptWaitsOfNewSubscriptions() {
+  const MutexLock hold(g_RpcEventNotifyListLock);
+  g_acceptingWaits = true;
+}
+
 void CancelAndNotAcceptWaitAllRpcEventNotify() {
   DebugLog(W("hkd04a7 - rpcserver - CancelAndNotAcceptWaitAllRpcEventNotify() -1\n"));
   const MutexLock hold(g_RpcEventNotifyListLock);
+  g_acceptingWaits = false;
   for (const auto& subscription : g_RpcEventNotifyList) {
     DebugLog(W("hkd04a7 - rpcserver - CancelAndNotAcceptWaitAllRpcEventNotify() -2\n"));
     subscription->CancelAndNotAcceptWait();

@@ -15,7 +15,8 @@ extern Common::Mutex g_RpcEventNotifyListLock;
 // In creation order. Never destroyed: thread-pool threads may still use it while the process ends.
 extern std::vector<std::shared_ptr<CRpcEventNotify>>& g_RpcEventNotifyList HKD_GUARDED_BY(g_RpcEventNotifyListLock);
 
-// From its return on the subscription receives every event. Throws std::bad_alloc when the list cannot grow.
+// From its return on the subscription receives every event. Behind the stop it accepts no waits, as those before it.
+// Throws std::bad_alloc when the list cannot grow.
 void AddToRpcEventNotifyList(std::shared_ptr<CRpcEventNotify> subscription) HKD_EXCLUDES(g_RpcEventNotifyListLock);
 
 // Removes every occurrence and keeps the others in order.
@@ -25,7 +26,11 @@ void RemoveFromRpcEventNotifyList(const CRpcEventNotify* subscription) HKD_EXCLU
 // receives it.
 void DeliverToSubscriptions(const Hkd04a7Rpc_EventRecord& record) HKD_EXCLUDES(g_RpcEventNotifyListLock);
 
-// For the stop: no subscription accepts waits any more, and every pending wait is completed.
+// For the start: subscriptions made from now on accept waits.
+void AcceptWaitsOfNewSubscriptions() HKD_EXCLUDES(g_RpcEventNotifyListLock);
+
+// For the stop: no subscription accepts waits any more, and every pending wait is completed. The same holds for
+// subscriptions that are made until the interface is unregistered: their waits would keep that from ending.
 void CancelAndNotAcceptWaitAllRpcEventNotify() HKD_EXCLUDES(g_RpcEventNotifyListLock);
 
 }  // namespace Quorvex::PC::Hkd04a7::Service

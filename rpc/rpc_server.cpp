@@ -62,6 +62,7 @@ CRpcServer::~CRpcServer() {
 
 bool CRpcServer::Start() {
   DebugLog(W("hkd04a7 %s enter\n"), kStartName);
+  AcceptWaitsOfNewSubscriptions();
   RpcSecurityDescriptor security;
   if (!GetRpcSecurityDescriptor(security)) {
     DebugLog(W("hkd04a7 -- failed to get RPC security descriptor, err=0x%08x\n"), GetLastError());

@@ -171,6 +171,19 @@ TEST_F(Subscription, StopEndsEveryWaitAndAcceptsNoMore) {
   EXPECT_THAT(logged, ElementsAreArray(expected));
 }
 
+// A subscription that is made behind the stop cannot hold it up either.
+TEST_F(Subscription, StopAcceptsNoWaitOfANewSubscription) {
+  RpcClient late;
+  std::unique_ptr<Wait> wait;
+  host::AtCall("RpcServerUnregisterIf", [&] {
+    EXPECT_EQ(late.Create(), 0u);
+    wait = late.BeginWait();
+    EXPECT_TRUE(service.Log().WaitFor("hkd04a7 - rpcserver - WaitEventAsync\n"));
+  });
+  EXPECT_EQ(service.Stop(), 0u);
+  EXPECT_EQ(wait->Finish().Text(), "80070015 (0, 0, 0)");
+}
+
 TEST_F(Subscription, RefusesProceduresThatAreNotOffered) {
   RpcClient client;
   Hkd04a7Rpc_DeviceHandle device = nullptr;

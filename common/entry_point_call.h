@@ -1,14 +1,12 @@
 // The rule for entry points that a library may lack: they are never called blindly.
 #pragma once
 
-#include <type_traits>
-
 #include "platform/errors.h"
 
 namespace Quorvex::PC::Common {
 
 // Calls `entryPoint` and returns whether it answered non-zero. False with last error 50 (ERROR_NOT_SUPPORTED) when it
-// is missing; false, too, for one without a result.
+// is missing.
 template <typename Function, typename... Args>
 bool CallEntryPoint(Function* entryPoint, Args... args) {
   if (entryPoint == nullptr) {

@@ -7,8 +7,7 @@
 
 namespace Quorvex::PC::Hkd04a7::Service {
 
-// Under HKEY_LOCAL_MACHINE; all values are REG_DWORD.
-inline constexpr const WCHAR* kWakeupKey = W("Software\\Quorvex\\HKD04A7\\Wakeup");
+// Values of "Software\Quorvex\HKD04A7\Wakeup" under HKEY_LOCAL_MACHINE; all are REG_DWORD.
 inline constexpr const WCHAR* kWakeupSwitchInfoValue = W("WakeupSwitchInfo");
 inline constexpr const WCHAR* kWakeupOnetouchButtonInfoValue = W("WakeupOnetouchButtonInfo");
 

@@ -5,8 +5,8 @@
 namespace Quorvex::PC::Hkd04a7::Service {
 
 CServiceHost::~CServiceHost() {
-  Common::UniqueHandle event(wakeCheckEvent.exchange(nullptr));
-  Common::UniqueHandle port(completionPort.exchange(nullptr));
+  Common::UniqueHandle(wakeCheckEvent.exchange(nullptr)).Reset();
+  Common::UniqueHandle(completionPort.exchange(nullptr)).Reset();
 }
 
 }  // namespace Quorvex::PC::Hkd04a7::Service

@@ -7,7 +7,8 @@
 namespace Quorvex::PC::Hkd04a7::Service {
 
 // Makes a host reachable for controls for as long as it lives. Its end waits for a control that is being handled, so
-// that the host can be freed; a control that arrives afterwards finds no host. ServiceMain's thread only.
+// that the host belongs to ServiceMain alone; a control that arrives afterwards finds no host. ServiceMain's thread
+// only.
 class ControlledHost {
  public:
   explicit ControlledHost(CServiceHost& host);

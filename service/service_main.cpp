@@ -29,8 +29,16 @@ void RunRegistered(CServiceHost& host) {
   } else {
     host.status.SetServiceSpecificExitCode(kNoCompletionPort);
   }
-  host.status.SetState(SERVICE_STOPPED);
-  host.status.Report();
+}
+
+// False when there is no control handler: nothing can be reported then.
+bool RunControlled(CServiceHost& host) {
+  const ControlledHost controlled(host);
+  const SERVICE_STATUS_HANDLE handle = RegisterServiceCtrlHandlerExW(kServiceName, &ServiceCtrlHandler, &host);
+  if (handle == nullptr) return false;
+  host.status.SetStatusHandle(handle);
+  RunRegistered(host);
+  return true;
 }
 
 }  // namespace
@@ -38,11 +46,10 @@ void RunRegistered(CServiceHost& host) {
 void WINAPI ServiceMain(DWORD, LPWSTR*) {
   const std::unique_ptr<CServiceHost> host(new (std::nothrow) CServiceHost);
   if (!host) return;
-  const ControlledHost controlled(*host);
-  const SERVICE_STATUS_HANDLE handle = RegisterServiceCtrlHandlerExW(kServiceName, &ServiceCtrlHandler, host.get());
-  if (handle == nullptr) return;
-  host->status.SetStatusHandle(handle);
-  RunRegistered(*host);
+  if (!RunControlled(*host)) return;
+  // No control reaches the host any more, so none can change or follow the last report.
+  host->status.SetState(SERVICE_STOPPED);
+  host->status.Report();
 }
 
 }  // namespace Quorvex::PC::Hkd04a7::Service

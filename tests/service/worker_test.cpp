@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -9,6 +10,7 @@
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/base/text.h"
 #include "platform/host/kernel/system_modules.h"
+#include "platform/services.h"
 #include "tests/support/registry_values.h"
 #include "tests/support/service_process.h"
 #include "tests/support/trace_records.h"
@@ -156,6 +158,21 @@ TEST(Worker, EndsWhenTheRpcServerCannotStart) {
     }
     EXPECT_EQ(WorkerLines(service), expected) << entry.function;
   }
+}
+
+// The worker has ended by itself: a stop request that arrives now must not take the last report's place.
+TEST(Worker, ReportsNothingButItsEndOnceItHasEnded) {
+  ServiceProcess service;
+  host::FailCall("RpcServerRegisterIf3", 1, 14);
+  std::atomic<unsigned> reports = 0;
+  std::atomic<unsigned> answer = 0;
+  host::AtCall("SetServiceStatus", [&] {
+    if (++reports == 4) answer = service.Control(SERVICE_CONTROL_STOP);
+  });
+  service.Start();
+  service.AwaitStopped();
+  EXPECT_EQ(service.ReportedStates(), Joined(kStartedStates, {kStopped}));
+  EXPECT_EQ(answer, static_cast<unsigned>(ERROR_CALL_NOT_IMPLEMENTED));
 }
 
 TEST(Worker, ServesWithoutAListeningThread) {

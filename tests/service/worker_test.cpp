@@ -225,7 +225,9 @@ TEST(Worker, PublishesItsFolderWhereNoVersionIsInstalled) {
     // The same folder is not written again.
     EXPECT_EQ(service.Stop(), 0u);
     SetText(kProductKey, W("DllName"), W("mine"));
+    service.Log().Take();
     service.Start();
+    ASSERT_TRUE(service.Log().WaitFor("hkd04a7 Quorvex::PC::Hkd04a7::Service::CRpcServer::Start enter\n"));
     EXPECT_EQ(Text(kProductKey, W("DllName")), W("mine"));
   }
   ServiceProcess service;

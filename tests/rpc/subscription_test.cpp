@@ -2,12 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <future>
+#include <chrono>
+#include <thread>
 
 #include "platform/errors.h"
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/kernel/thread_pool.h"
 #include "platform/rpc_client.h"
+#include "rpc/event_notify_list.h"
 #include "tests/support/rpc_client.h"
 #include "tests/support/service_process.h"
 
@@ -34,8 +36,18 @@ class Subscription : public testing::Test {
     return service.Log().Take();
   }
 
+  // Whether `times` completions since the last look are over: a client has its reply before the last line is logged.
+  bool Completed(std::size_t times) {
+    return service.Log().WaitFor("hkd04a7 - rpcserver - complete ret=0x00000000\n", times);
+  }
+
   ServiceProcess service;
 };
+
+bool NoSubscriptionIsLeft() {
+  const Quorvex::PC::Common::MutexLock hold(Quorvex::PC::Hkd04a7::Service::g_RpcEventNotifyListLock);
+  return Quorvex::PC::Hkd04a7::Service::g_RpcEventNotifyList.empty();
+}
 
 TEST_F(Subscription, LogsEachStepAsItIsMade) {
   RpcClient client;
@@ -61,6 +73,7 @@ TEST_F(Subscription, LogsEachStepAsItIsMade) {
               ElementsAre("hkd04a7 - rpcserver - notify\n", "hkd04a7 - rpcserver - notify -2\n",
                           "hkd04a7 - rpcserver - notify -core 1\n", "hkd04a7 - rpcserver - notify -core 2\n"));
   EXPECT_EQ(client.WaitForEvent().Text(), "0 (3, 4, 0)");
+  ASSERT_TRUE(Completed(1));
   EXPECT_THAT(Logged(),
               ElementsAre("hkd04a7 - rpcserver - waitasync\n", "hkd04a7 - rpcserver - WaitEventAsync\n",
                           "hkd04a7 - rpcserver - WaitEventAsync 2\n", "hkd04a7 - rpcserver - WaitEventAsync 3\n",
@@ -83,7 +96,8 @@ TEST_F(Subscription, RunsDownWithItsConnection) {
   ASSERT_EQ(client.Create(), 0u);
   Logged();
   client.Vanish();
-  ASSERT_TRUE(service.Log().WaitFor("hkd04a7 - rpcserver - destroy\n"));
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!NoSubscriptionIsLeft() && std::chrono::steady_clock::now() < limit) std::this_thread::yield();
   EXPECT_THAT(Logged(), ElementsAre("hkd04a7 - rpcserver - rundown\n", "hkd04a7 - rpcserver - destroy\n"));
   Press(1);
   EXPECT_THAT(Logged(), ElementsAre("hkd04a7 - rpcserver - notify\n")) << "the subscription is gone";
@@ -136,7 +150,10 @@ TEST_F(Subscription, StopEndsEveryWaitAndAcceptsNoMore) {
   ASSERT_TRUE(service.Log().WaitFor("hkd04a7 - rpcserver - WaitEventAsync 4\n"));
   std::string refused;
   // All subscriptions have stopped accepting when the interface is unregistered.
-  host::AtCall("RpcServerUnregisterIf", [&] { refused = late.WaitForEvent().Text(); });
+  host::AtCall("RpcServerUnregisterIf", [&] {
+    refused = late.WaitForEvent().Text();
+    EXPECT_TRUE(Completed(2));
+  });
   Logged();
   EXPECT_EQ(service.Stop(), 0u);
   EXPECT_EQ(wait->Finish().Text(), "800704c7 (0, 0, 0)");

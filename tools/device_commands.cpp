@@ -29,12 +29,16 @@ int Refused(const Options& options, const std::string& tried) {
                  "check the number; hkd04a7ctl status shows what the device is waiting for"});
 }
 
-// What was raised, and a word when nobody is there to be told.
-void ShowRaised(const Options& options, Device& device) {
+// What was raised since there were `before` notifications, and a word when nobody is there to be told.
+void ShowRaised(const Options& options, Device& device, std::uint64_t before) {
   const machine::DeviceCounts counts = device.Counts();
   if (options.json) {
     const nlohmann::json shown = {{"notifications", counts.notificationsRaised}, {"waiters", counts.waiters.size()}};
     std::printf("%s\n", shown.dump().c_str());
+    return;
+  }
+  if (counts.notificationsRaised == before) {
+    std::printf("done; no notification raised\n");
     return;
   }
   std::printf("notification %llu raised%s\n", static_cast<unsigned long long>(counts.notificationsRaised),
@@ -46,8 +50,9 @@ int ActOnDevice(const Options& options, const std::string& tried, const Action& 
   std::string error;
   const std::unique_ptr<Device> device = Device::Open(host::CurrentMachineDirectory().runtime, &error);
   if (device == nullptr) return Report(options, kFailed, {tried, error, 0, "hkd04a7ctl status"});
+  const std::uint64_t before = device->Counts().notificationsRaised;
   if (!act(*device)) return Refused(options, tried);
-  ShowRaised(options, *device);
+  ShowRaised(options, *device, before);
   return kDone;
 }
 

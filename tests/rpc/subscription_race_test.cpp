@@ -63,11 +63,15 @@ TEST(SubscriptionRace, DeliversToThoseWhoStayWhileOthersComeAndGo) {
 // that the runtime does not know, so that each of the two may come first and nothing on the way keeps them apart.
 TEST(SubscriptionRace, DestroysAHandleWhileACallRunsOnIt) {
   support::TestMachine machine;
-  for (int round = 0; round < 500; ++round) {
+  constexpr int kTimes = 500;
+  std::vector<RPC_ASYNC_STATE> calls(kTimes);
+  std::vector<Hkd04a7Rpc_EventRecord> records(kTimes);
+  for (int round = 0; round < kTimes; ++round) {
     Hkd04a7Rpc_EventNotifyHandle handle = nullptr;
     ASSERT_EQ(Hkd04a7Rpc_EventNotify_Create(nullptr, &handle), S_OK);
-    RPC_ASYNC_STATE call{};
-    Hkd04a7Rpc_EventRecord record{};
+    // The deletion, on a thread of the pool, may come to the call later than the next round.
+    RPC_ASYNC_STATE& call = calls[static_cast<std::size_t>(round)];
+    Hkd04a7Rpc_EventRecord& record = records[static_cast<std::size_t>(round)];
     std::thread waiter([&call, &record, handle] { Hkd04a7Rpc_EventNotify_WaitEventAsync(&call, handle, &record); });
     Hkd04a7Rpc_EventNotifyHandle second = handle;
     EXPECT_EQ(Hkd04a7Rpc_EventNotify_Destroy(&handle), S_OK);

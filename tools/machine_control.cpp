@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstring>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -62,8 +62,13 @@ bool StartIsOver() {
   });
 }
 
+// A process that has ended but that its parent has not collected counts as gone.
 bool ProcessIsGone(pid_t pid) {
-  return kill(pid, 0) != 0 && errno == ESRCH;
+  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+  std::string stat;
+  if (!std::getline(file, stat)) return true;
+  const auto name = stat.rfind(')');
+  return name == std::string::npos || stat.compare(name, 3, ") Z") == 0;
 }
 
 }  // namespace

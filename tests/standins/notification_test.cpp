@@ -1,6 +1,7 @@
 // The device utility stand-in's notifications: the callback thread, its beginning and its end.
 #include <atomic>
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -153,6 +154,17 @@ TEST_F(NotificationTest, BeginsAndEndsWhileNotificationsComeLoseNone) {
   const std::vector<std::uint32_t> statuses = received.Statuses();
   ASSERT_EQ(statuses.size(), kNotifications);
   for (std::uint32_t n = 0; n < kNotifications; ++n) ASSERT_EQ(statuses[n], n);
+}
+
+// As a service does whose machine went away: it leaves main while the library's thread still waits.
+TEST_F(NotificationTest, AProcessThatEndsInTheMiddleOfAWaitLeavesNoWaiter) {
+  const auto endWithinWait = [this] {
+    Received received;
+    if (begin_(&Received::Add, &received) == 0) std::_Exit(2);
+    std::exit(0);
+  };
+  EXPECT_EXIT(endWithinWait(), testing::ExitedWithCode(0), "");
+  EXPECT_TRUE(device_->Counts().waiters.empty());
 }
 
 TEST(Notification, AMachineWithoutADeviceHasNone) {

@@ -1,6 +1,6 @@
 // The road between stub data and a routine: how one procedure's arguments are read from and written to the wire.
 //
-// An interface is described once, as data (hkd04a7_interface.cpp); both transfer syntaxes and both sides (server
+// An interface is described once, as data (hkd04a7_description.h); both transfer syntaxes and both sides (server
 // and client) are driven by that description. The runtime owns everything that is not stub data: which value a context
 // handle stands for, serialisation, asynchronous state, faults.
 #pragma once

@@ -7,7 +7,7 @@
 namespace Quorvex::PC::Hkd04a7::Service {
 namespace {
 
-// learn.microsoft.com: DeriveCapabilitySidsFromName; each SID and each array belongs to the caller (LocalFree).
+// DeriveCapabilitySidsFromName; each SID and each array that it hands out belongs to the caller (LocalFree).
 using DeriveCapabilitySidsFromNameFunction = BOOL(WINAPI*)(LPCWSTR capabilityName, PSID** groupSids, DWORD* groupCount,
                                                            PSID** capabilitySids, DWORD* capabilityCount);
 

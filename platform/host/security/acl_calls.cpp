@@ -51,10 +51,6 @@ BOOL InitializeAcl(PACL acl, DWORD size, DWORD revision) {
   return TRUE;
 }
 
-BOOL IsValidAcl(PACL acl) {
-  return IsWellFormed(acl);
-}
-
 BOOL AddAce(PACL acl, DWORD revision, DWORD index, LPVOID aces, DWORD size) {
   if (const auto injected = host::InjectedFailure("AddAce")) return FailWith(*injected);
   if (!IsWellFormed(acl)) return FailWith(ERROR_INVALID_ACL);

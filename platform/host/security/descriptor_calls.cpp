@@ -77,11 +77,6 @@ BOOL GetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, 
   return TRUE;
 }
 
-DWORD GetSecurityDescriptorLength(PSECURITY_DESCRIPTOR descriptor) {
-  DescriptorParts parts;
-  return ReadParts(descriptor, &parts) ? static_cast<DWORD>(EncodeSelfRelative(parts).size()) : 0;
-}
-
 BOOL MakeSelfRelativeSD(PSECURITY_DESCRIPTOR absolute, PSECURITY_DESCRIPTOR relative, LPDWORD size) {
   if (const auto injected = host::InjectedFailure("MakeSelfRelativeSD")) return FailWith(*injected);
   if (!size) return FailWith(ERROR_INVALID_PARAMETER);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstring>
-#include <string_view>
+#include <string>
 
 #include "platform/host/kernel/memory.h"
 #include "platform/host/security/sid.h"

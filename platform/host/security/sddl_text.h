@@ -19,8 +19,8 @@ struct DaclText {
 // "D:" with flags and entries; empty without a DACL. None when it has entries that the text cannot say.
 std::optional<std::string> FormatDacl(const DescriptorParts& parts);
 
-// Reads the "D:" part out of a descriptor's text; owner and group parts are passed over. A Win32 code:
-// ERROR_INVALID_PARAMETER, ERROR_INVALID_ACL or ERROR_INVALID_SID.
+// Reads a descriptor's text that has a "D:" part alone, or none at all. A Win32 code: ERROR_NOT_SUPPORTED for a text
+// with an owner, a group or a SACL, else ERROR_INVALID_PARAMETER, ERROR_INVALID_ACL or ERROR_INVALID_SID.
 DWORD ParseDacl(std::string_view text, DaclText* dacl);
 
 }  // namespace host::security

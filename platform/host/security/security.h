@@ -21,7 +21,6 @@ BOOL ConvertStringSidToSidW(LPCWSTR text, PSID* sid);
 // Access-control lists, in memory of the caller. Sizes in bytes, the SIZE of an ACL is fixed when it is initialised:
 // ERROR_ALLOTTED_SPACE_EXCEEDED when an entry does not fit, ERROR_INVALID_ACL for a list that is not well formed.
 BOOL InitializeAcl(PACL acl, DWORD size, DWORD revision);
-BOOL IsValidAcl(PACL acl);
 BOOL AddAce(PACL acl, DWORD revision, DWORD index, LPVOID aces, DWORD size);  // MAXDWORD as index appends
 BOOL AddAccessAllowedAce(PACL acl, DWORD revision, DWORD mask, PSID sid);
 BOOL GetAce(PACL acl, DWORD index, LPVOID* ace);  // a pointer into the list
@@ -39,16 +38,15 @@ BOOL InitializeSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, DWORD revisio
 BOOL IsValidSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor);
 BOOL SetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, BOOL present, PACL dacl, BOOL defaulted);
 BOOL GetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, PACL* dacl, LPBOOL defaulted);
-DWORD GetSecurityDescriptorLength(PSECURITY_DESCRIPTOR descriptor);  // bytes of the self-relative form
 BOOL MakeSelfRelativeSD(PSECURITY_DESCRIPTOR absolute, PSECURITY_DESCRIPTOR relative, LPDWORD size);
 BOOL MakeAbsoluteSD(PSECURITY_DESCRIPTOR relative, PSECURITY_DESCRIPTOR absolute, LPDWORD absoluteSize, PACL dacl,
                     LPDWORD daclSize, PACL sacl, LPDWORD saclSize, PSID owner, LPDWORD ownerSize, PSID group,
                     LPDWORD groupSize);
 
 // Text form of the DACL (`information` must be DACL_SECURITY_INFORMATION) and back; `length` counts the terminator and
-// may be null, as `size` (bytes). Read back are "D:" parts with allowing and denying entries and, ignored, no other
-// part: anything else is ERROR_INVALID_PARAMETER, ERROR_INVALID_ACL or ERROR_INVALID_SID, according to where the text
-// goes wrong.
+// may be null, as `size` (bytes). Read back are "D:" parts with allowing and denying entries; a text with an owner, a
+// group or a SACL is not supported. Anything else is ERROR_INVALID_PARAMETER, ERROR_INVALID_ACL or ERROR_INVALID_SID,
+// according to where the text goes wrong.
 BOOL ConvertSecurityDescriptorToStringSecurityDescriptorW(PSECURITY_DESCRIPTOR descriptor, DWORD revision,
                                                           SECURITY_INFORMATION information, LPWSTR* text,
                                                           PULONG length);

@@ -41,8 +41,4 @@ int ComInitializations() {
   return initializations;
 }
 
-int ComInitializationsOfThread() {
-  return apartment.count;
-}
-
 }  // namespace host

@@ -21,7 +21,4 @@ namespace host {
 // Successful CoInitializeEx calls of the whole process that have not been undone, for leak checks.
 int ComInitializations();
 
-// How often the calling thread is in an apartment; 0 when it is in none.
-int ComInitializationsOfThread();
-
 }  // namespace host

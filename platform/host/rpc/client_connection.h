@@ -29,7 +29,6 @@ class ClientConnection final : public ReceiverSource, public std::enable_shared_
   ~ClientConnection() override;
 
   Syntax TransferSyntax() const { return negotiated_.syntax; }
-  const Negotiated& Terms() const { return negotiated_; }
 
   // True once the server has gone: no call can be started any more.
   bool Lost() const;

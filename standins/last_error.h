@@ -21,7 +21,6 @@ inline void LeaveLastError(std::uint32_t code) {
 // The codes the stand-ins leave.
 constexpr std::uint32_t kFileNotFound = 2;
 constexpr std::uint32_t kInvalidHandle = 6;
-constexpr std::uint32_t kOutOfMemory = 8;
 constexpr std::uint32_t kBadFormat = 11;
 constexpr std::uint32_t kGeneralFailure = 31;
 constexpr std::uint32_t kInvalidParameter = 87;

@@ -18,8 +18,8 @@ namespace machine {
 // The process at the other end, looked up once, when the connection was accepted.
 struct Peer {
   pid_t pid = 0;
-  std::uint64_t startTime =
-      0;  // clock ticks since boot, as in /proc/<pid>/stat; with the pid it names a process for good
+  // Clock ticks since boot, as in /proc/<pid>/stat; with the pid it names a process for good.
+  std::uint64_t startTime = 0;
 };
 
 class Connection : public std::enable_shared_from_this<Connection> {

@@ -8,7 +8,6 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <mutex>
-#include <string_view>
 
 #include "platform/process_entry.h"
 #include "platform/services.h"

@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
-#include <thread>
-
 #include "tests/machine/machine_fixture.h"
 
 namespace machine_test {

@@ -1,6 +1,4 @@
 // A program whose entry point is wWinMain, for the entry test.
-#include <string_view>
-
 #include "platform/process_entry.h"
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR commandLine, int) {

@@ -1,8 +1,6 @@
 // Contract: SIDs, access lists and descriptors, compared as text.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <string>
 #include <vector>
 
 #include "platform/errors.h"

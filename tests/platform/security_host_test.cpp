@@ -1,7 +1,6 @@
 // The host's security parts: derived capabilities, merging rules, admission, malformed input.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <vector>
 
 #include "platform/errors.h"

@@ -1,7 +1,5 @@
 #include "platform/host/kernel/sync.h"
 
-#include <string_view>
-
 #include "platform/host/base/error_codes.h"
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/base/last_error.h"

@@ -1,5 +1,5 @@
-// Terminal services: sessions and their users. The functions are bound at run time from "wtsapi32.dll"; only their types
-// are taken from here.
+// Terminal services: sessions and their users. The functions are bound at run time from "wtsapi32.dll"; only their
+// types are taken from here.
 #pragma once
 
 #include "platform/types.h"

@@ -27,8 +27,8 @@ int StopService(const Options& options);
 int QueryService(const Options& options, nlohmann::json* service);
 int QueryHistory(const Options& options, nlohmann::json* history);
 
-// Returns when the service's start is over: its first wake check is done and nothing is outstanding, or it has stopped. A
-// service that its device refuses is not waited for longer than some seconds.
+// Returns when the service's start is over: its first wake check is done and nothing is outstanding, or it has stopped.
+// A service that its device refuses is not waited for longer than some seconds.
 int AwaitServiceReady(const Options& options);
 
 // Returns when nothing is outstanding: notifications delivered and polled, controls answered.

@@ -40,7 +40,8 @@ struct TestServer {
   std::atomic<int> running{0};
   std::atomic<int> mostRunning{0};
 
-  // Runs in the routines that take a number; answers what they give back; without it that is the number. Set before the first call.
+  // Runs in the routines that take a number; answers what they give back; without it that is the number. Set before the
+  // first call.
   std::function<std::uint32_t(std::uint32_t)> use;
   // Runs in kWait and kSessionWait instead of keeping the call.
   std::function<void(PendingWait)> wait;

@@ -25,7 +25,8 @@ struct WTS_SESSION_INFOW {
 using PWTS_SESSION_INFOW = WTS_SESSION_INFOW*;
 
 extern "C" {
-BOOL WINAPI WTSEnumerateSessionsW(HANDLE server, DWORD reserved, DWORD version, PWTS_SESSION_INFOW* sessions, DWORD* count);
+BOOL WINAPI WTSEnumerateSessionsW(HANDLE server, DWORD reserved, DWORD version, PWTS_SESSION_INFOW* sessions,
+                                  DWORD* count);
 BOOL WINAPI WTSQueryUserToken(ULONG sessionId, PHANDLE token);
 void WINAPI WTSFreeMemory(PVOID memory);
 }

@@ -5,7 +5,6 @@
 
 #include "common/handles.h"
 #include "platform/errors.h"
-#include "platform/host/base/text.h"
 #include "platform/host/kernel/system_modules.h"
 #include "platform/host/security/capability_sids.h"
 #include "platform/host/security/sddl.h"
@@ -55,7 +54,8 @@ TEST(WakeCheckEventSecurity, LetsEveryoneWaitAndNobodyElseSetIt) {
   ASSERT_TRUE(CreateWakeupCheckEvent(location));
   nlohmann::json status;
   ASSERT_EQ(machine.Call("machine.status", {}, &status), 0u);
-  EXPECT_NE(status.dump().find("(A;;0x100000;;;WD)"), std::string::npos) << status.dump(1);
+  ASSERT_EQ(status.at("events").size(), 1u) << status.dump(1);
+  EXPECT_EQ(status.at("events").at(0).at("sddl"), "D:(A;;0x100000;;;WD)");
   const Common::UniqueHandle other(OpenEventW(SYNCHRONIZE, FALSE, kCompletedCheckWakeupEvent));
   ASSERT_TRUE(other);
   EXPECT_FALSE(SetEvent(other.Get()));

@@ -16,6 +16,7 @@ TEST(CodeNamesTest, DescribesCodes) {
       {0x800706FF, "0x800706FF (RPC_S_CALL_IN_PROGRESS: another call on this subscription is in progress)"},
       {0x80004005, "0x80004005 (E_FAIL: unspecified failure)"},
       {0x1C010002, "0x1C010002 (nca_s_op_rng_error: the server does not have this procedure)"},
+      {7022, "7022 (ERROR_CTX_WINSTATION_NOT_FOUND: there is no such session)"},
       {4711, "4711"},
       {0x80070000, "0x80070000"},
       {0x80071267, "0x80071267"},

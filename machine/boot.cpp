@@ -38,7 +38,8 @@ bool ClearRuntime(const host::MachineDirectory& directory, std::string* error) {
   for (const auto& path : leaving) std::filesystem::remove_all(path, ignored);
   const LSTATUS code = host::ClearVolatileRegistry(directory);
   if (code == 0) return true;
-  *error = "the volatile registry keys cannot be cleared, error " + std::to_string(code);
+  *error = "the registry (" + directory.state + "/registry.db, " + directory.runtime + "/" +
+           std::string(kVolatileRegistry) + ") cannot be used, error " + std::to_string(code);
   return false;
 }
 

@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr int kUsage = 2;  // exit code: the command line was not understood
+
 // Tells the waiting parent process how the start went: an empty sentence means that the machine is up.
 class StartReport {
  public:
@@ -99,10 +101,16 @@ int main(int argc, char** argv) {
   std::string directory;
   bool foreground = false;
   bool keeper = false;
-  app.add_option("--machine", directory, "the machine's directory");
+  app.add_option("--machine", directory, "the machine's directory")->check([](const std::string& name) {
+    return name.empty() ? "names no directory" : std::string();
+  });
   app.add_flag("--foreground", foreground, "stay attached to the terminal");
   app.add_flag("--keeper", keeper, "keep one process of a machine; used by the daemon itself")->group("");
-  CLI11_PARSE(app, argc, argv);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kUsage;
+  }
   if (keeper) return machine::RunKeeper();
   if (!directory.empty()) host::UseMachineDirectory(directory);
   return foreground ? Serve(StartReport(-1), false) : ServeInBackground();

@@ -24,7 +24,9 @@ std::string NewMachineSid() {
 }
 
 bool IsUserName(const std::string& name) {
-  return !name.empty() && name.size() <= kMaxNameLength && name.find_first_of("/\\[]:;|=,+*?<>\"") == std::string::npos;
+  const bool printable = std::none_of(name.begin(), name.end(), [](unsigned char unit) { return unit < ' '; });
+  return printable && !name.empty() && name.size() <= kMaxNameLength &&
+         name.find_first_of("/\\[]:;|=,+*?<>\"") == std::string::npos;
 }
 
 }  // namespace

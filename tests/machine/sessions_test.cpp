@@ -103,6 +103,7 @@ TEST_F(PeopleTest, AUserKeepsTheSidAndTheHiveFollowsTheLogon) {
   Start();
   EXPECT_EQ(Ask("session.logon", {{"user", "ADA"}}).at("sid"), sid);
   EXPECT_EQ(Code("session.logon", {{"user", "a/b"}, {"remote", true}}), 123u);
+  EXPECT_EQ(Code("session.logon", {{"user", std::string(1, '\0')}, {"remote", true}}), 123u);
   EXPECT_EQ(Code("session.logon", {{"user", 7}}), 87u);
 }
 

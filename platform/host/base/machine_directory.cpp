@@ -107,7 +107,10 @@ MachineDirectory CurrentMachineDirectory() {
 }
 
 void UseMachineDirectory(const std::string& root) {
-  const std::string absolute = std::filesystem::absolute(root).lexically_normal().string();
+  // Without a current folder the name stays as it is, and making the machine's folders tells what is wrong.
+  std::error_code noCurrentFolder;
+  const std::filesystem::path found = std::filesystem::absolute(root, noCurrentFolder);
+  const std::string absolute = noCurrentFolder ? root : found.lexically_normal().string();
   std::lock_guard lock(Chosen().mutex);
   Chosen().path = absolute;
   setenv(kMachineVariable, absolute.c_str(), 1);

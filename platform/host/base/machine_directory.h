@@ -18,7 +18,8 @@ struct MachineDirectory {
 MachineDirectory CurrentMachineDirectory();
 
 // Makes `root` (DIR/run, DIR/state) the machine of this process and sets HKD04A7_MACHINE for its children and
-// for libraries loaded later. Call it before any other thread runs.
+// for libraries loaded later. `root` is not empty; one that is not absolute counts from the current folder. Call it
+// before any other thread runs.
 void UseMachineDirectory(const std::string& root);
 
 // Creates both folders with mode 0700 where they are missing. False, with a message for people in `error`,

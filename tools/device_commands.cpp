@@ -75,7 +75,7 @@ void AddWord(CLI::App& app, Options& options, const char* name, const char* help
              bool (Device::*report)(std::uint32_t)) {
   CLI::App* command = app.add_subcommand(name, help);
   auto word = std::make_shared<std::uint32_t>(1);
-  command->add_option("word", *word, kSetWord);
+  command->add_option("word", *word, kSetWord)->check(WordError);
   command->callback([&options, word, report, tried = std::string("raise ") + name] {
     options.action = [&options, word, report, tried] {
       return ActOnDevice(options, tried, [word, report](Device& device) { return (device.*report)(*word); });
@@ -88,7 +88,7 @@ void AddPhone(CLI::App& app, Options& options) {
   auto mask = std::make_shared<std::uint32_t>();
   auto answers = std::make_shared<std::vector<std::string>>();
   auto check = [](std::string& text) { return ParseBitAnswer(text) ? std::string() : "not BIT=WORD: " + text; };
-  command->add_option("mask", *mask, "bits 0 to 30")->required();
+  command->add_option("mask", *mask, "bits 0 to 30")->required()->check(WordError);
   command->add_option("--answer", *answers, "what a bit answers from now on")->check(CLI::Validator(check, "BIT=WORD"));
   command->callback([&options, mask, answers] {
     options.action = [&options, mask, answers] {

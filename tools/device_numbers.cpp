@@ -39,6 +39,10 @@ std::optional<std::uint32_t> ParseWord(std::string_view text) {
   return value;
 }
 
+std::string WordError(const std::string& text) {
+  return ParseWord(text) ? std::string() : "not a number of 32 bits: \"" + text + '"';
+}
+
 std::optional<ButtonPress> ParseButton(std::string_view text) {
   if (text == "one-touch") return ButtonPress{ButtonPress::Kind::OneTouch};
   if (text == "ir") return ButtonPress{ButtonPress::Kind::IrOpe};

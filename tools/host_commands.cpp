@@ -1,6 +1,5 @@
 // The choice of the machine, and everything that needs one.
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <string>
 
 #include "platform/host/base/machine_directory.h"
@@ -10,11 +9,10 @@ namespace tool {
 
 void AddHostCommands(CLI::App& app, Options& options) {
   // At once, while no other thread runs: what follows, children too, belongs to that machine.
-  auto choose = [](const std::string& directory) {
-    host::UseMachineDirectory(std::filesystem::absolute(directory).lexically_normal());
-  };
+  auto choose = [](const std::string& directory) { host::UseMachineDirectory(directory); };
   app.add_option_function<std::string>("--machine", choose, "the machine's directory (default: the user's own machine)")
-      ->type_name("DIR");
+      ->type_name("DIR")
+      ->check([](const std::string& directory) { return directory.empty() ? "names no directory" : std::string(); });
   AddMachineCommands(app, options);
   AddStatusCommand(app, options);
   AddServiceCommands(app, options);

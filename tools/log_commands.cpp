@@ -8,6 +8,7 @@
 
 #include "platform/host/base/machine_directory.h"
 #include "tools/commands.h"
+#include "tools/device_numbers.h"
 #include "tools/exit_codes.h"
 #include "tools/file_follower.h"
 #include "tools/log_text.h"
@@ -61,19 +62,18 @@ void PrintTail(FileFollower& file, LogPrinter& printer, std::size_t lines) {
   for (std::size_t i = skip; i < all.size(); ++i) printer.Print(all[i]);
 }
 
-// Ends only with the process (Ctrl-C).
-[[noreturn]] void Follow(FileFollower& file, LogPrinter& printer) {
+// Ends with the process (Ctrl-C), or when the output takes nothing more.
+void Follow(FileFollower& file, LogPrinter& printer) {
   auto lastRecord = std::chrono::steady_clock::now();
-  while (true) {
+  do {
+    std::this_thread::sleep_for(kPollInterval);
     const auto now = std::chrono::steady_clock::now();
     for (const std::string& line : file.ReadNew()) {
       printer.Print(line);
       lastRecord = now;
     }
     if (now - lastRecord > kQuiet) printer.EndRepeat();
-    std::fflush(stdout);
-    std::this_thread::sleep_for(kPollInterval);
-  }
+  } while (OutputIsSound());
 }
 
 int ShowLog(const Options& options, const LogKind& kind, bool follow, std::size_t lines) {
@@ -101,7 +101,7 @@ void AddLog(CLI::App& app, Options& options, const LogKind& kind) {
   CLI::App* command = app.add_subcommand(kind.name, kind.help);
   auto request = std::make_shared<Request>();
   command->add_flag("-f,--follow", request->follow, "go on with what is written from now on");
-  command->add_option("-n,--lines", request->lines, "only the last N records");
+  command->add_option("-n,--lines", request->lines, "only the last N records")->check(WordError);
   command->callback([&options, &kind, request] {
     options.action = [&options, &kind, request] { return ShowLog(options, kind, request->follow, request->lines); };
   });

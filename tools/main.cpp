@@ -4,6 +4,7 @@
 
 #include "tools/commands.h"
 #include "tools/exit_codes.h"
+#include "tools/report.h"
 #include "tools/signals.h"
 
 namespace {
@@ -31,5 +32,5 @@ int main(int argc, char** argv) {
     return app.exit(error) == 0 ? tool::kDone : tool::kUsage;
   }
   tool::ExitOnInterrupt();
-  return options.action();
+  return tool::ReportOutput(options, options.action());
 }

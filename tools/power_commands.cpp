@@ -8,6 +8,7 @@
 #include "machine/device.h"
 #include "platform/host/base/machine_directory.h"
 #include "tools/commands.h"
+#include "tools/device_numbers.h"
 #include "tools/exit_codes.h"
 #include "tools/machine_call.h"
 #include "tools/power_control.h"
@@ -47,8 +48,9 @@ void AddPowerCommands(CLI::App& app, Options& options) {
   });
   CLI::App* command = app.add_subcommand("resume", "wake the machine up");
   auto resume = std::make_shared<ResumeRequest>();
-  command->add_option("--wake", resume->buttonWord, "what the button query says woke it, e.g. 0x40000401 (one-touch)");
-  command->add_option("--wake-switch", resume->switchWord, "what the switch query says woke it");
+  command->add_option("--wake", resume->buttonWord, "what the button query says woke it, e.g. 0x40000401 (one-touch)")
+      ->check(WordError);
+  command->add_option("--wake-switch", resume->switchWord, "what the switch query says woke it")->check(WordError);
   command
       ->add_option("--notifications", resume->notifications,
                    "the resume notifications in their order, any of automatic, suspend, critical (default: automatic, "

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/code_names.h"
+#include "tools/exit_codes.h"
 
 namespace tool {
 namespace {
@@ -34,6 +35,16 @@ int Report(const Options& options, int exitCode, const Failure& failure) {
   else
     PrintText(failure);
   return exitCode;
+}
+
+bool OutputIsSound() {
+  return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+int ReportOutput(const Options& options, int exitCode) {
+  if (OutputIsSound()) return exitCode;
+  return Report(options, exitCode == kDone ? kFailed : exitCode,
+                {"write the output", "the standard output did not take all of it", 0, ""});
 }
 
 }  // namespace tool

@@ -18,4 +18,10 @@ struct Failure {
 // Prints the failure on the error stream, as text or as one JSON object. Returns `exitCode`, for `return Report(...)`.
 int Report(const Options& options, int exitCode, const Failure& failure);
 
+// Flushes the standard output. False when something of it could not be written, now or before.
+bool OutputIsSound();
+
+// The end of every command: `exitCode`, or kFailed with a report when a command that did its work could not print it.
+int ReportOutput(const Options& options, int exitCode);
+
 }  // namespace tool

@@ -99,8 +99,7 @@ std::string ServiceStateText(const json& service) {
   const std::uint32_t state = Number(service, "state");
   std::string text = StateName(state);
   if (Number(service, "pid") != 0) text += ", process " + std::to_string(Number(service, "pid"));
-  if (service.value("endedUnexpectedly", false))
-    return text + ", ended unexpectedly: " + service.value("lastError", "");
+  if (service.value("endedUnexpectedly", false)) return text + ", " + service.value("lastError", "");
   if (state == kStoppedState) text += ExitText(service);
   const std::string error = service.value("lastError", "");
   return error.empty() ? text : text + "; " + error;

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/commands.h"
+#include "tools/device_numbers.h"
 #include "tools/exit_codes.h"
 #include "tools/machine_call.h"
 #include "tools/session_control.h"
@@ -50,7 +51,9 @@ void AddSessionCommands(CLI::App& app, Options& options) {
       [&options, request] { options.action = [&options, request] { return LogonAndTell(options, *request); }; });
   CLI::App* logoff = app.add_subcommand("logoff", "log a session off");
   auto session = std::make_shared<std::uint32_t>(0);
-  logoff->add_option("session", *session, "the session's number, as logon and status show it")->required();
+  logoff->add_option("session", *session, "the session's number, as logon and status show it")
+      ->required()
+      ->check(WordError);
   logoff->callback([&options, session] { options.action = [&options, session] { return Logoff(options, *session); }; });
 }
 

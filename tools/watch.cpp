@@ -13,6 +13,9 @@
 #include "tools/commands.h"
 #include "tools/event_text.h"
 #include "tools/exit_codes.h"
+#ifndef _WIN32
+#include "tools/machine_call.h"
+#endif
 #include "tools/report.h"
 #include "tools/signals.h"
 
@@ -46,8 +49,7 @@ class Watch {
   int Run() {
     if (client::Status status = connection_.Open(); !status.Ok()) return ReportStatus(options_, "bind", status);
     subscription_ = std::make_unique<EventSubscription>(connection_);
-    if (client::Status status = subscription_->Start(); !status.Ok())
-      return ReportStatus(options_, "subscribe to events", status);
+    if (client::Status status = subscription_->Start(); !status.Ok()) return ReportNoSubscription(status);
     NoteInterrupts();
     PrintLine(SubscribedLine(options_.json));
     SetDeadline();
@@ -55,8 +57,16 @@ class Watch {
   }
 
  private:
+  int ReportNoSubscription(const client::Status& status) {
+    const std::string tried = "subscribe to events";
+#ifndef _WIN32
+    if (status.ServiceNotReachable() && !MachineIsUp()) return RequireMachine(options_, tried);
+#endif
+    return ReportStatus(options_, tried, status);
+  }
+
   int Follow() {
-    while (true) {
+    while (OutputIsSound()) {
       if (request_.count != 0 && printed_ == request_.count) return Finish("the count is reached", kDone);
       const bool interrupted = Interrupted();
       const bool over = interrupted || Clock::now() >= deadline_;
@@ -66,6 +76,8 @@ class Watch {
       if (outcome == EventSubscription::Outcome::Event || !over) continue;
       return interrupted ? Finish("interrupted", kInterrupted) : Finish("the time is over", kTimedOut);
     }
+    Close(kFailed);
+    return kFailed;
   }
 
   EventSubscription::Outcome PrintNext(std::chrono::milliseconds patience) {

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <cstdlib>
+
 #include "tests/system/tool_fixture.h"
 
 namespace tool {
@@ -10,10 +12,14 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-class MachineTest : public ToolTest {};
+class MachineTest : public ToolTest {
+ protected:
+  static std::string Tool() { return "timeout 10 '" + ProgramFolder() + "/hkd04a7ctl'"; }
+  static int InShell(const std::string& line) { return WEXITSTATUS(std::system(line.c_str())); }
+};
 
 TEST_F(MachineTest, SaysThatItIsNotUp) {
-  for (const char* command : {"status", "start", "query", "suspend", "down", "settle"}) {
+  for (const char* command : {"status", "start", "query", "suspend", "down", "settle", "watch"}) {
     const ToolResult result = Run({command});
     EXPECT_EQ(result.exitCode, 4) << command;
     EXPECT_THAT(result.output, HasSubstr("next: bring it up")) << command;
@@ -28,10 +34,29 @@ TEST_F(MachineTest, RefusesWhatItDoesNotUnderstand) {
                                             {"press", "32"},
                                             {"watch", "--count", "0"},
                                             {"ec", "x"},
+                                            {"ec", ""},
+                                            {"phone", ""},
+                                            {"log", "-n", "-1"},
                                             {"reg", "list"},
                                             {"raw", "1", "2"},
                                             {"resume", "--notifications", "9"}};
   for (const auto& arguments : wrong) EXPECT_EQ(Run(arguments).exitCode, 2) << testing::PrintToString(arguments);
+}
+
+// A machine that cannot be meant, and one that cannot be found, end with a word.
+TEST_F(MachineTest, RefusesAMachineWithoutAName) {
+  EXPECT_EQ(InShell(Tool() + " --machine '' status"), 2);
+  EXPECT_EQ(InShell("'" + ProgramFolder() + "/hkd04a7-machine' --machine ''"), 2);
+  EXPECT_EQ(InShell("cd '" + Machine() + "' && mkdir gone && cd gone && rmdir ../gone && " + Tool() +
+                    " --machine here status"),
+            4);
+}
+
+TEST_F(MachineTest, SaysWhenItsOutputGoesNowhere) {
+  Done({"up"});
+  ASSERT_TRUE(AwaitState(kRunning));
+  for (const char* command : {"status", "press 1", "--json query", "reg list HKLM", "watch", "trace -f"})
+    EXPECT_EQ(InShell(Tool() + " --machine '" + Machine() + "' " + command + " >/dev/full"), 1) << command;
 }
 
 TEST_F(MachineTest, StartsAndStopsTheService) {
@@ -60,7 +85,7 @@ TEST_F(MachineTest, ShowsAKilledServiceAsEndedUnexpectedly) {
   Done({"up"});
   ASSERT_EQ(kill(ServicePid(), SIGKILL), 0);
   ASSERT_TRUE(AwaitState(kStopped));
-  EXPECT_THAT(Done({"query"}), HasSubstr("ended unexpectedly"));
+  EXPECT_THAT(Done({"query"}), HasSubstr("stopped, ended unexpectedly: killed by signal 9"));
   EXPECT_THAT(Done({"start"}), HasSubstr("running"));
 }
 

@@ -23,7 +23,7 @@ TEST(ServiceTextTest, TellsHowTheServiceStands) {
       {R"({"state":1,"win32ExitCode":1066,"serviceSpecificExitCode":190})",
        "stopped, exit code 1066 (ERROR_SERVICE_SPECIFIC_ERROR: the service ended with a code of its own), service code "
        "190"},
-      {R"({"state":1,"endedUnexpectedly":true,"lastError":"killed by signal 9"})",
+      {R"({"state":1,"endedUnexpectedly":true,"lastError":"ended unexpectedly: killed by signal 9"})",
        "stopped, ended unexpectedly: killed by signal 9"},
       {R"({"state":1,"win32ExitCode":0,"lastError":"a status was reported after STOPPED"})",
        "stopped, exit code 0; a status was reported after STOPPED"},

@@ -1,10 +1,12 @@
 #include "platform/host/rpc/server_peer.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -46,7 +48,19 @@ bool HasEnded(int process) {
   return poll(&ended, 1, 0) != 0;
 }
 
+// The connection, the peer's process and one file about it.
+constexpr int kDescriptorsForOneClient = 3;
+
 }  // namespace
+
+bool CanLookUpPeer(int descriptor) {
+  std::array<int, kDescriptorsForOneClient> spare{};
+  for (int& each : spare) each = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+  for (const int each : spare) {
+    if (each >= 0) close(each);
+  }
+  return spare.back() >= 0;
+}
 
 std::optional<Peer> LookUpPeer(int socket) {
   ucred credentials{};

@@ -20,4 +20,8 @@ struct Peer {
 // The process that connected `socket`. Empty when it has ended already or cannot be told.
 std::optional<Peer> LookUpPeer(int socket);
 
+// Whether this process can open what LookUpPeer opens, and the connection itself: a client that is accepted without
+// that could only be turned away. `descriptor` is any open one.
+bool CanLookUpPeer(int descriptor);
+
 }  // namespace host::rpc

@@ -186,6 +186,7 @@ void ServerRuntime::AcceptFrom(std::uint64_t listener) {
     endpoint = found->second.name;
   }
   for (int i = 0; i < kAcceptsAtOnce; ++i) {
+    if (!CanLookUpPeer(listening)) return PauseAccepting(true);
     const int socket = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (socket >= 0) {
       AcceptOne(socket, endpoint);

@@ -19,9 +19,13 @@ void Exit(int) {
   std::_Exit(kInterrupted);
 }
 
-void Note(int) {
+void NoteFirst(int) {
   noted = 1;
   Install(Exit);
+}
+
+void Note(int) {
+  noted = 1;
 }
 
 }  // namespace
@@ -31,7 +35,15 @@ void ExitOnInterrupt() {
 }
 
 void NoteInterrupts() {
+  Install(NoteFirst);
+}
+
+void NoteEveryInterrupt() {
   Install(Note);
+#ifndef _WIN32
+  std::signal(SIGHUP, Note);
+  std::signal(SIGPIPE, Note);
+#endif
 }
 
 bool Interrupted() {

@@ -9,6 +9,11 @@ void ExitOnInterrupt();
 // From now on the first interrupt is only noted, for the command to see with Interrupted; a second one ends the
 // process.
 void NoteInterrupts();
+
+// The same, and neither a second one nor a closed terminal or output ends the process. For commands that must clean up
+// and never wait without limit.
+void NoteEveryInterrupt();
+
 bool Interrupted();
 
 }  // namespace tool

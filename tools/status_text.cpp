@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "tools/rpc_text.h"
 #include "tools/service_text.h"
 
 namespace tool {
@@ -13,6 +14,7 @@ using nlohmann::json;
 
 constexpr int kActive = 0;
 constexpr int kConnected = 1;
+constexpr int kStopPending = 3;
 
 // "  name        value", the name only on the first line of its section.
 class Sections {
@@ -86,6 +88,18 @@ void AddDevice(Sections& sections, const json& status) {
                 std::to_string(Member(device, "waiters").size()) + " waiting for notifications");
 }
 
+bool StopIsPending(const json& status, const json& pid) {
+  for (const json& service : Member(status, "services"))
+    if (service.value("pid", json()) == pid && service.value("state", 0) == kStopPending) return true;
+  return false;
+}
+
+void AddRpcServers(Sections& sections, const json& status) {
+  sections.Begin("rpc");
+  for (const json& server : Member(status, "rpc"))
+    sections.Line(RpcServerText(server, StopIsPending(status, server.value("pid", json()))));
+}
+
 void AddRest(Sections& sections, const json& status) {
   sections.Begin("endpoints");
   for (const json& endpoint : Member(status, "endpoints"))
@@ -104,6 +118,7 @@ std::string StatusText(const json& status) {
   AddSessions(sections, status);
   AddProcesses(sections, status);
   AddDevice(sections, status);
+  AddRpcServers(sections, status);
   AddRest(sections, status);
   return "machine at " + status.value("runtime", "") + ", process " + Number(status, "pid") + ", up " +
          std::to_string(status.value("uptimeMs", std::uint64_t{0}) / 1000) + " s" +

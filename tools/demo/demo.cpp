@@ -55,7 +55,7 @@ void PrintEvent(const CheckedEvent& checked, const std::vector<WatchClient*>& cl
 }  // namespace
 
 int Demo::Play(bool chosen) {
-  NoteInterrupts();
+  NoteEveryInterrupt();
   if (int code = machine_.BringUp(chosen); code != kDone) return code;
   std::printf("machine up at %s, service running\n", machine_.Directory().c_str());
   if (int code = StartClients(); code != kDone) return code;

@@ -18,6 +18,7 @@ build    libgtest-dev                   the tests
 build    libgmock-dev                   the tests
 build    libbenchmark-dev               the measurements under bench/
 lint     clang                          thread-safety analysis, fuzz targets
+lint     libclang-rt-14-dev             run-time part of the fuzzer and the sanitizers under clang
 lint     clang-format                   the layout of the sources
 lint     clang-tidy                     static analysis
 windows  g++-mingw-w64-x86-64-posix     the cross compiler for Windows

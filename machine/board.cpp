@@ -50,7 +50,8 @@ Board::Board(Loop& loop, const Options& options, std::unique_ptr<Device> device,
       power_(services_),
       events_(std::move(eventMap)),
       settle_(loop, *device_, services_, options.directory.runtime),
-      server_(loop, operations_) {}
+      server_(loop, operations_),
+      rpcSurvey_(loop, endpoints_, server_) {}
 
 bool Board::BringUp(std::string* error) {
   if (!services_.Load(error) || !users_.Load(error)) return false;
@@ -67,10 +68,11 @@ void Board::AddOperations() {
   power_.AddOperations(operations_);
   endpoints_.AddOperations(operations_);
   settle_.AddOperations(operations_);
+  rpcSurvey_.AddOperations(operations_);
   AddProcessOperations(operations_, processes_, users_, sessions_);
   AddNamedEventOps(operations_, events_, [this](const Connection& connection) { return IdentityOf(connection); });
   operations_.Add("ping", [](const Request& request) { request.responder.Done(); });
-  operations_.Add("machine.status", [this](const Request& request) { request.responder.Reply(Status()); });
+  operations_.Add("machine.status", [this](const Request& request) { TellStatus(request.responder); });
   operations_.Add("machine.reboot", [this](const Request& request) { Reboot(request); });
   operations_.Add("machine.down", [this](const Request& request) {
     downCallers_.push_back(request.responder);
@@ -120,6 +122,14 @@ host::Identity Board::IdentityOf(const Connection& connection) const {
   if (pid == getpid()) return {kLocalSystemSid, true, false, {}};
   const Token token = processes_.TokenOf(pid).value_or(OutsideToken(sessions_));
   return {token.userSid, token.system, token.appContainer, token.capabilities};
+}
+
+void Board::TellStatus(const Responder& responder) {
+  rpcSurvey_.Begin([this, responder](const json& rows) {
+    json status = Status();
+    status["rpc"] = rows;
+    responder.Reply(std::move(status));
+  });
 }
 
 json Board::Status() {

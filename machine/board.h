@@ -17,6 +17,7 @@
 #include "machine/op_registry.h"
 #include "machine/power.h"
 #include "machine/process_table.h"
+#include "machine/rpc_survey.h"
 #include "machine/service_manager.h"
 #include "machine/session_operations.h"
 #include "machine/sessions.h"
@@ -44,6 +45,7 @@ class Board {
   void FinishReboot(const std::shared_ptr<Connection>& caller, const Responder& responder);
   void EndEverything(std::function<void()> done);
   host::Identity IdentityOf(const Connection& connection) const;
+  void TellStatus(const Responder& responder);
   nlohmann::json Status();
 
   const host::MachineDirectory directory_;
@@ -65,6 +67,7 @@ class Board {
   NamedEvents events_;
   Settle settle_;
   ControlServer server_;
+  RpcSurvey rpcSurvey_;
 };
 
 }  // namespace machine

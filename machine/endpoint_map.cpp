@@ -105,6 +105,12 @@ void EndpointMap::Lookup(const Request& request) const {
   request.responder.Reply(json{{"bindings", bindings}});
 }
 
+std::set<std::uint64_t> EndpointMap::Holders() const {
+  std::set<std::uint64_t> holders;
+  for (const Entry& entry : entries_) holders.insert(entry.connection);
+  return holders;
+}
+
 json EndpointMap::Report() const {
   json report = json::array();
   for (const Entry& entry : entries_) {

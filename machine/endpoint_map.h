@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ class EndpointMap {
   void AddOperations(OpRegistry& operations);
 
   nlohmann::json Report() const;
+
+  // The connections that have an entry.
+  std::set<std::uint64_t> Holders() const;
 
  private:
   struct Entry {

@@ -86,6 +86,28 @@ TEST_F(WatchTest, AKilledClientHarmsNobody) {
   EXPECT_TRUE(AwaitState(kRunning));
 }
 
+TEST_F(WatchTest, ShowsInTheStatus) {
+  const auto first = BeginWatch({"--timeout", "30"});
+  const auto second = BeginWatch({"--timeout", "30"});
+  const std::string expected =
+      "2 connections, 2 subscriptions, 0 device sessions, 0 calls running, 2 waits pending, 0 unsent bytes";
+  // A client has its reply, and says so, a moment before the service is done with the call.
+  std::string status;
+  for (int tries = 0; tries < 100 && status.find(expected) == std::string::npos; ++tries) status = Done({"status"});
+  EXPECT_THAT(status, HasSubstr(expected));
+}
+
+TEST_F(WatchTest, AFrozenServiceDoesNotHoldTheStatusUp) {
+  const pid_t service = ServicePid();
+  ASSERT_EQ(kill(service, SIGSTOP), 0);
+  const auto before = std::chrono::steady_clock::now();
+  const ToolResult status = Run({"status"});
+  EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(1));
+  ASSERT_EQ(kill(service, SIGCONT), 0);
+  EXPECT_THAT(status.output, HasSubstr("process " + std::to_string(service) + ": does not answer"));
+  EXPECT_THAT(Done({"status"}), HasSubstr("process " + std::to_string(service) + ": 0 connections"));
+}
+
 // A service that has stopped answering holds nobody up.
 TEST_F(WatchTest, LeavesAFrozenServiceInTime) {
   const auto watch = BeginWatch({"--timeout", "0.5"});

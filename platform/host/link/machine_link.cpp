@@ -52,6 +52,7 @@ struct MachineLink::Impl {
   std::map<std::uint64_t, PendingCall*> pending;
   std::map<std::string, std::function<void(const json&)>> listeners;
   std::string runningListener;
+  std::thread::id listenerThread;
 
   bool EnsureConnected();
   void Close();
@@ -148,10 +149,12 @@ void MachineLink::Impl::RunListener(const std::string& event, const json& messag
     if (found == listeners.end()) return;
     listener = found->second;
     runningListener = event;
+    listenerThread = std::this_thread::get_id();
   }
   listener(message);
   const std::lock_guard lock(stateMutex);
   runningListener.clear();
+  listenerThread = {};
   changed.notify_all();
 }
 
@@ -220,6 +223,10 @@ DWORD MachineLink::Post(json message) {
   return impl_->Send(Encode(message)) ? 0 : kMachineNotUp;
 }
 
+DWORD MachineLink::Answer(const json& message) {
+  return impl_->Send(Encode(message)) ? 0 : kMachineNotUp;
+}
+
 void MachineLink::Listen(const std::string& event, std::function<void(const json&)> listener) {
   std::unique_lock lock(impl_->stateMutex);
   if (listener) {
@@ -227,7 +234,7 @@ void MachineLink::Listen(const std::string& event, std::function<void(const json
     return;
   }
   impl_->listeners.erase(event);
-  if (impl_->reader.get_id() == std::this_thread::get_id()) return;
+  if (impl_->listenerThread == std::this_thread::get_id()) return;
   impl_->changed.wait(lock, [&] { return impl_->runningListener != event; });
 }
 

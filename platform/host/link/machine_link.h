@@ -37,7 +37,11 @@ class MachineLink {
   // Sends without waiting for an answer.
   DWORD Post(nlohmann::json message);
 
-  // Hands every unsolicited message named `event` to `listener`, on the reader thread; it calls nothing of the link.
+  // The same over the connection there is, for a listener; ERROR_SERVICE_NOT_ACTIVE (1062) when it has ended.
+  DWORD Answer(const nlohmann::json& message);
+
+  // Hands every unsolicited message named `event` to `listener`, on the reader thread; it calls nothing of the link
+  // but Answer.
   // The link's own event "link.closed" tells that the connection ended, with everything that hung on it. An empty
   // function removes the listener and returns only when no call of it is running.
   void Listen(const std::string& event, std::function<void(const nlohmann::json&)> listener);

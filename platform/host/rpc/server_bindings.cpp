@@ -10,6 +10,7 @@
 #include "platform/host/link/machine_link.h"
 #include "platform/host/rpc/rpc_calls.h"
 #include "platform/host/rpc/server_runtime.h"
+#include "platform/host/rpc/server_status_answers.h"
 #include "platform/host/rpc/stub.h"
 #include "platform/host/rpc/uuid_text.h"
 
@@ -20,22 +21,30 @@ struct ServerBinding {
   std::string text;  // "ncalrpc:[endpoint]"
 };
 
-nlohmann::json EndpointMapRequest(const char* operation, RPC_IF_HANDLE ifSpec, const RPC_BINDING_VECTOR& bindings) {
-  const auto& description = *static_cast<const host::rpc::InterfaceDescription*>(ifSpec);
-  auto texts = nlohmann::json::array();
-  for (ULONG i = 0; i < bindings.Count; ++i) {
-    if (bindings.BindingH[i] != nullptr) texts.push_back(static_cast<ServerBinding*>(bindings.BindingH[i])->text);
-  }
-  return {{"op", operation},
-          {"uuid", host::rpc::UuidText(description.uuid)},
-          {"version", std::to_string(description.majorVersion) + "." + std::to_string(description.minorVersion)},
-          {"bindings", std::move(texts)}};
-}
+// What one call adds to the map or takes from it.
+struct MapEntries {
+  std::string uuid;
+  std::string version;
+  std::vector<std::string> bindings;
+};
 
-RPC_STATUS ChangeEndpointMap(const char* operation, RPC_IF_HANDLE ifSpec, const RPC_BINDING_VECTOR* bindings) {
+RPC_STATUS ReadEntries(RPC_IF_HANDLE ifSpec, const RPC_BINDING_VECTOR* bindings, MapEntries* entries) {
   if (ifSpec == nullptr) return RPC_S_UNKNOWN_IF;
   if (bindings == nullptr || bindings->Count == 0) return RPC_S_NO_BINDINGS;
-  const DWORD error = host::MachineLink::Instance().Call(EndpointMapRequest(operation, ifSpec, *bindings), nullptr);
+  const auto& description = *static_cast<const host::rpc::InterfaceDescription*>(ifSpec);
+  entries->uuid = host::rpc::UuidText(description.uuid);
+  entries->version = std::to_string(description.majorVersion) + "." + std::to_string(description.minorVersion);
+  for (ULONG i = 0; i < bindings->Count; ++i) {
+    const auto* binding = static_cast<const ServerBinding*>(bindings->BindingH[i]);
+    if (binding != nullptr) entries->bindings.push_back(binding->text);
+  }
+  return RPC_S_OK;
+}
+
+RPC_STATUS ChangeEndpointMap(const char* operation, const MapEntries& entries) {
+  const nlohmann::json request = {
+      {"op", operation}, {"uuid", entries.uuid}, {"version", entries.version}, {"bindings", entries.bindings}};
+  const DWORD error = host::MachineLink::Instance().Call(request, nullptr);
   if (error == 0 || error == EPT_S_NOT_REGISTERED) return static_cast<RPC_STATUS>(error);
   return EPT_S_CANT_PERFORM_OP;
 }
@@ -70,11 +79,20 @@ RPC_STATUS RpcEpRegisterW(RPC_IF_HANDLE ifSpec, RPC_BINDING_VECTOR* bindings, UU
                           RPC_WSTR /*annotation: for people who browse the map*/) {
   if (const auto code = host::InjectedFailure("RpcEpRegisterW")) return static_cast<RPC_STATUS>(*code);
   if (objects != nullptr) host::Unsupported("RpcEpRegisterW", "objects");
-  return ChangeEndpointMap("epmap.register", ifSpec, bindings);
+  MapEntries entries;
+  if (const auto status = ReadEntries(ifSpec, bindings, &entries)) return status;
+  host::rpc::BeginStatusAnswers(entries.uuid, entries.bindings);
+  const RPC_STATUS status = ChangeEndpointMap("epmap.register", entries);
+  if (status != RPC_S_OK) host::rpc::EndStatusAnswers(entries.uuid, entries.bindings);
+  return status;
 }
 
 RPC_STATUS RpcEpUnregister(RPC_IF_HANDLE ifSpec, RPC_BINDING_VECTOR* bindings, UUID_VECTOR* objects) {
   if (const auto code = host::InjectedFailure("RpcEpUnregister")) return static_cast<RPC_STATUS>(*code);
   if (objects != nullptr) host::Unsupported("RpcEpUnregister", "objects");
-  return ChangeEndpointMap("epmap.unregister", ifSpec, bindings);
+  MapEntries entries;
+  if (const auto status = ReadEntries(ifSpec, bindings, &entries)) return status;
+  const RPC_STATUS status = ChangeEndpointMap("epmap.unregister", entries);
+  host::rpc::EndStatusAnswers(entries.uuid, entries.bindings);
+  return status;
 }

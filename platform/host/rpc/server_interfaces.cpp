@@ -5,6 +5,14 @@
 
 namespace host::rpc {
 
+namespace {
+
+unsigned& CallsOf(ServerInterface& interface, const Procedure& procedure) {
+  return interface.callsOf[static_cast<std::size_t>(&procedure - interface.description->procedures.data())];
+}
+
+}  // namespace
+
 bool SameUuid(const UUID& left, const UUID& right) {
   return std::memcmp(&left, &right, sizeof(UUID)) == 0;
 }
@@ -23,6 +31,7 @@ RPC_STATUS InterfaceTable::Register(const InterfaceDescription& description, uns
   if (entry == nullptr) entry = interfaces_.emplace_back(std::make_unique<ServerInterface>()).get();
   if (entry->registered) return RPC_S_TYPE_ALREADY_REGISTERED;
   entry->description = &description;
+  entry->callsOf.resize(description.procedures.size());
   entry->maxCalls = maxCalls;
   entry->descriptor = std::move(descriptor);
   entry->registered = true;
@@ -60,6 +69,7 @@ Admission InterfaceTable::Admit(ServerInterface& interface, const Procedure& pro
     ++interface.asynchronousCalls;
   }
   ++interface.openCalls;
+  ++CallsOf(interface, procedure);
   return Admission::Admitted;
 }
 
@@ -72,6 +82,7 @@ void InterfaceTable::RoutineEnded(ServerInterface& interface, const Procedure& p
 void InterfaceTable::CallEnded(ServerInterface& interface, const Procedure& procedure) {
   std::lock_guard guard(lock_);
   if (procedure.asynchronous) --interface.asynchronousCalls;
+  --CallsOf(interface, procedure);
   if (--interface.openCalls == 0) callsEnded_.notify_all();
 }
 
@@ -86,6 +97,17 @@ unsigned InterfaceTable::AsynchronousCalls() const {
   std::lock_guard guard(lock_);
   unsigned calls = 0;
   for (const auto& entry : interfaces_) calls += entry->asynchronousCalls;
+  return calls;
+}
+
+std::map<std::string, unsigned> InterfaceTable::OpenCallsByProcedure() const {
+  std::lock_guard guard(lock_);
+  std::map<std::string, unsigned> calls;
+  for (const auto& entry : interfaces_) {
+    for (std::size_t i = 0; i < entry->callsOf.size(); ++i) {
+      if (entry->callsOf[i] != 0) calls[entry->description->procedures[i].name] += entry->callsOf[i];
+    }
+  }
   return calls;
 }
 

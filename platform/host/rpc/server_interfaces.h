@@ -3,6 +3,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,6 +23,7 @@ struct ServerInterface {
   unsigned openCalls = 0;          // admitted and not ended
   unsigned limitedCalls = 0;       // those of them that count towards the limit: synchronous, without an outcome
   unsigned asynchronousCalls = 0;  // those of them that are asynchronous
+  std::vector<unsigned> callsOf;   // those of each procedure
 };
 
 enum class Admission : std::uint8_t { Admitted, UnknownInterface, TooBusy };
@@ -47,6 +49,7 @@ class InterfaceTable {
 
   unsigned OpenCalls() const;
   unsigned AsynchronousCalls() const;  // those of them that are asynchronous
+  std::map<std::string, unsigned> OpenCallsByProcedure() const;
 
  private:
   ServerInterface* Entry(const InterfaceDescription& description);

@@ -12,6 +12,7 @@ ServerStatusInfo ServerStatus() {
   status.handles = runtime.contexts().HandlesByType();
   status.openCalls = runtime.interfaces().OpenCalls();
   status.pendingCalls = runtime.interfaces().AsynchronousCalls();
+  status.calls = runtime.interfaces().OpenCallsByProcedure();
   status.threads = runtime.threads().ThreadCount();
   status.unsentBytes = runtime.UnsentBytes();
   return status;

@@ -14,6 +14,7 @@ struct ServerStatusInfo {
   std::map<std::string, unsigned> handles;  // by the name of their type
   unsigned openCalls = 0;                   // begun and not ended, pending asynchronous ones included
   unsigned pendingCalls = 0;                // those of them that are asynchronous
+  std::map<std::string, unsigned> calls;    // all that are open, by the name of their procedure
   unsigned threads = 0;
   std::size_t unsentBytes = 0;  // replies that wait for their clients to read
 };

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
 namespace tool {
@@ -23,12 +24,12 @@ std::vector<std::string> ProcessesOf(const std::string& machine) {
   for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
     const std::string pid = entry.path().filename();
     if (pid.find_first_not_of("0123456789") != std::string::npos || pid == std::to_string(getpid())) continue;
-    std::string text;
+    std::ostringstream text;
     for (const char* file : {"/environ", "/cmdline"}) {
-      std::ifstream in(entry.path().string() + file, std::ios::binary);
-      text.append(std::istreambuf_iterator<char>(in), {});
+      text.clear();  // what could not be read, since the process has gone, is left out
+      text << std::ifstream(entry.path().string() + file, std::ios::binary).rdbuf();
     }
-    if (text.find(machine) != std::string::npos) found.push_back(pid);
+    if (text.str().find(machine) != std::string::npos) found.push_back(pid);
   }
   return found;
 }

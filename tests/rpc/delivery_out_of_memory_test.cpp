@@ -47,6 +47,7 @@ std::vector<DWORD> Drain(CRpcEventNotify& subscription) {
   RPC_ASYNC_STATE call{};
   Hkd04a7Rpc_EventRecord record{};
   while (subscription.WaitEventAsync(&call, &record) == NO_ERROR) received.push_back(record.data1);
+  subscription.CancelWait();  // the last one is still pending, with the call that ends here
   return received;
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "machine/service_controls.h"
 #include "platform/host/base/error_codes.h"
 
 namespace machine {
@@ -13,7 +14,6 @@ using nlohmann::json;
 
 namespace {
 
-constexpr DWORD kControlPowerEvent = 13;
 constexpr DWORD kSuspend = 4;
 constexpr DWORD kResumeCritical = 6;
 constexpr DWORD kResumeSuspend = 7;

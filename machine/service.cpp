@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "machine/service_controls.h"
 #include "platform/host/base/error_codes.h"
 
 namespace machine {
@@ -13,16 +14,6 @@ namespace {
 
 // The manager stops waiting for a handler after this time, but sends nothing else before it has answered.
 constexpr std::chrono::seconds kHandlerLimit{30};
-
-enum Control : DWORD {
-  kControlStop = 1,
-  kControlPause = 2,
-  kControlContinue = 3,
-  kControlInterrogate = 4,
-  kControlShutdown = 5,
-  kControlPowerEvent = 13,
-  kControlSessionChange = 14,
-};
 
 // The bit of the accepted controls that `control` needs; 0 when it is always sent, all bits when it never is.
 DWORD AcceptBit(DWORD control) {

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "machine/service_controls.h"
 #include "platform/host/base/error_codes.h"
 
 namespace machine {
@@ -15,8 +16,6 @@ namespace {
 constexpr DWORD kAutomaticStart = 2;
 constexpr DWORD kDisabled = 4;
 constexpr DWORD kShutdownInProgress = 1115;
-constexpr DWORD kControlStop = 1;
-constexpr DWORD kControlShutdown = 5;
 // What a shutdown gives a service before its process is ended.
 constexpr std::chrono::seconds kShutdownLimit{5};
 constexpr std::chrono::milliseconds kShutdownLook{20};

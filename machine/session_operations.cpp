@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "machine/service_controls.h"
 #include "platform/host/base/error_codes.h"
 #include "platform/host/registry/registry_control.h"
 
@@ -12,7 +13,6 @@ using nlohmann::json;
 
 namespace {
 
-constexpr DWORD kControlSessionChange = 14;
 constexpr DWORD kNoSuchSession = 7022;
 constexpr DWORD kNoSuchLogon = 1312;
 

@@ -47,6 +47,7 @@ ChildProgram ReadProgram(const json& request) {
   program.arguments = request.at("arguments").get<std::vector<std::string>>();
   program.environment = Environment(request.at("environment"));
   program.output = request.at("output").get<std::string>();
+  program.errorOutput = request.at("errorOutput").get<std::string>();
   return program;
 }
 

@@ -2,7 +2,7 @@
 //
 // It is the subreaper of the program, so that whatever the program starts stays below it, and it ends all of them when
 // the daemon tells it to, or has gone. It talks over one socket:
-//   daemon to keeper: {"program","arguments","environment","output"}, then {"go"}; later {"end"}
+//   daemon to keeper: {"program","arguments","environment","output","errorOutput"}, then {"go"}; later {"end"}
 //   keeper to daemon: {"child":pid}, then {"failed":errno} or {"running"}; then {"exited":code} or {"signalled":number}
 // and goes, closing the socket, when nothing is left below it. The child does not run the program before "go", which
 // the daemon sends once it has entered the child in the process table.

@@ -26,12 +26,17 @@ std::vector<char*> Pointers(const std::vector<std::string>& texts) {
   return pointers;
 }
 
-void RedirectStreams(const std::string& output) {
-  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-  const int target = output.empty() ? -1 : open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-  dup2(null, STDIN_FILENO);
-  dup2(target >= 0 ? target : null, STDOUT_FILENO);
-  dup2(target >= 0 ? target : null, STDERR_FILENO);
+// Opens without waiting for whoever may read, and writes with waiting. False with errno.
+bool Redirect(int stream, const std::string& path) {
+  const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+  const int target = open(path.c_str(), flags, 0600);
+  return target >= 0 && fcntl(target, F_SETFL, O_APPEND) == 0 && dup2(target, stream) == stream;
+}
+
+bool RedirectStreams(const ChildProgram& program) {
+  const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  return dup2(null, STDIN_FILENO) == STDIN_FILENO && Redirect(STDOUT_FILENO, program.output) &&
+         Redirect(STDERR_FILENO, program.errorOutput);
 }
 
 void ResetSignals() {
@@ -49,9 +54,10 @@ void ResetSignals() {
   setsid();
   char word = 0;
   if (read(go, &word, 1) != 1) _exit(127);
-  RedirectStreams(program.output);
-  ResetSignals();
-  execve(program.path.c_str(), arguments, environment);
+  if (RedirectStreams(program)) {
+    ResetSignals();
+    execve(program.path.c_str(), arguments, environment);
+  }
   const int failure = errno;
   [[maybe_unused]] const ssize_t sent = write(result, &failure, sizeof(failure));
   _exit(127);

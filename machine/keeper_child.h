@@ -15,7 +15,8 @@ struct ChildProgram {
   std::string path;
   std::vector<std::string> arguments;    // without the program itself
   std::vector<std::string> environment;  // "NAME=value", all of it
-  std::string output;                    // file that takes standard output and error; empty: nowhere
+  std::string output;                    // file that takes standard output, made when missing
+  std::string errorOutput;               // the same for standard error
 };
 
 // A forked child that waits. One caller thread.
@@ -26,7 +27,8 @@ class KeeperChild {
 
   pid_t pid() const { return pid_; }
 
-  // Lets the child run its program. Returns 0 when the program runs, else the errno of the failed exec.
+  // Lets the child run its program. Returns 0 when the program runs, else the errno of what failed: an output that
+  // cannot be opened, the exec.
   int Go();
 
   // Ends a child that has not been let go.

@@ -106,10 +106,12 @@ bool KeptProcess::SpawnKeeper(int socket) {
 json KeptProcess::KeeperRequest() const {
   json environment = json{{"HKD04A7_USER_SID", request_.token.userSid}};
   if (!table_.settings_.machineRoot.empty()) environment["HKD04A7_MACHINE"] = table_.settings_.machineRoot;
+  const std::string log = table_.settings_.runtimeFolder + "/output.log";
   return json{{"program", request_.program},
               {"arguments", request_.arguments},
               {"environment", environment},
-              {"output", table_.settings_.runtimeFolder + "/output.log"}};
+              {"output", request_.output.empty() ? log : request_.output},
+              {"errorOutput", request_.errorOutput.empty() ? log : request_.errorOutput}};
 }
 
 void KeptProcess::Terminate() {

@@ -18,6 +18,8 @@ void Run(const Request& request, ProcessTable& processes, UserStore& users, cons
   ProcessRequest process;
   process.program = request.body.at("program").get<std::string>();
   process.arguments = request.body.value("arguments", std::vector<std::string>{});
+  process.output = request.body.value("output", "");
+  process.errorOutput = request.body.value("errorOutput", "");
   process.token = OutsideToken(sessions);
   const json identity = request.body.value("identity", json::object());
   if (identity.contains("user")) {

@@ -21,6 +21,10 @@ struct ProcessRequest {
   std::string program;  // an absolute path
   std::vector<std::string> arguments;
   Token token;
+  // Files that take standard output and error; empty: the machine's output.log. What cannot be opened at once (a fifo
+  // that nobody reads) fails the start.
+  std::string output;
+  std::string errorOutput;
 };
 
 // How a program ended.

@@ -42,9 +42,18 @@ void SessionOperations::Add(OpRegistry& operations) {
   operations.Add("session.connect", [this](const Request& request) { Connect(request); });
   operations.Add("session.disconnect", [this](const Request& request) { Disconnect(request); });
   operations.Add("session.list", [this](const Request& request) { request.responder.Reply(sessions_.Report()); });
+  operations.Add("user.add", [this](const Request& request) { AddUser(request); });
   operations.Add("user.list", [this](const Request& request) {
     request.responder.Reply(json{{"users", users_.Report()}});
   });
+}
+
+void SessionOperations::AddUser(const Request& request) {
+  const auto user = request.body.at("user").get<std::string>();
+  std::string error;
+  const auto sid = users_.Ensure(user, &error);
+  if (!sid) return request.responder.Fail(ERROR_INVALID_NAME, error);
+  request.responder.Reply(json{{"user", users_.Spelling(user)}, {"sid", *sid}});
 }
 
 void SessionOperations::Logon(const Request& request) {

@@ -1,5 +1,5 @@
-// The operations "session.logon", "logoff", "connect", "disconnect", "list" and "user.list": change the sessions, load
-// and unload hives, tell the services. Loop thread only.
+// The operations "session.logon", "logoff", "connect", "disconnect", "list", "user.add" and "user.list": change the
+// sessions, load and unload hives, tell the services. Loop thread only.
 #pragma once
 
 #include <functional>
@@ -21,6 +21,7 @@ class SessionOperations {
   void Add(OpRegistry& operations);
 
  private:
+  void AddUser(const Request& request);
   void Logon(const Request& request);
   void Logoff(const Request& request);
   void Disconnect(const Request& request);

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <deque>
-#include <memory>
 
 #include "common/mutex.h"
 #include "platform/errors.h"
@@ -21,7 +20,7 @@ inline constexpr DWORD kWaitCancelledByClient = 1;     // cancelled by the servi
 // Callable from every thread. A subscription lives as long as somebody holds it: the list of subscriptions, or a call
 // that runs on its handle. Asynchronous calls are completed with its lock held; completing never comes back here. Where
 // the list's lock is needed too, it is taken first.
-class CRpcEventNotify : public std::enable_shared_from_this<CRpcEventNotify> {
+class CRpcEventNotify {
  public:
   CRpcEventNotify() = default;
   CRpcEventNotify(const CRpcEventNotify&) = delete;

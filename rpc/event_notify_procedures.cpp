@@ -33,7 +33,8 @@ void CALLBACK DeleteCRpcEventNotifySimpleCallback(PTP_CALLBACK_INSTANCE, PVOID c
 
 // The handle's part of destroy and rundown. False when `handle` is no live block.
 bool DetachSubscription(Hkd04a7Rpc_EventNotifyHandle handle) {
-  CRpcEventNotify* subscription = g_subscriptionBlocks.Take(handle);
+  // The list keeps it until the deletion, which belongs to the pool's thread: no reference is held here meanwhile.
+  CRpcEventNotify* subscription = g_subscriptionBlocks.Take(handle).get();
   if (subscription == nullptr) return false;
   if (!TrySubmitThreadpoolCallback(&DeleteCRpcEventNotifySimpleCallback, subscription, nullptr)) {
     DebugLog(W("Failed to start DeleteCRpcEventNotifySimpleCallback()"));
@@ -45,7 +46,7 @@ bool DetachSubscription(Hkd04a7Rpc_EventNotifyHandle handle) {
 RpcEventNotifyContext* CreateSubscription() {
   try {
     auto subscription = std::make_shared<CRpcEventNotify>();
-    RpcEventNotifyContext* block = g_subscriptionBlocks.Make(subscription.get());
+    RpcEventNotifyContext* block = g_subscriptionBlocks.Make(subscription);
     if (block == nullptr) return nullptr;
     try {
       AddToRpcEventNotifyList(subscription);
@@ -76,10 +77,9 @@ HRESULT Hkd04a7Rpc_EventNotify_Create(handle_t, Hkd04a7Rpc_EventNotifyHandle* su
 
 HRESULT Hkd04a7Rpc_EventNotify_Destroy(Hkd04a7Rpc_EventNotifyHandle* subscription) {
   DebugLog(W("hkd04a7 - rpcserver - destroy\n"));
-  if (subscription == nullptr || *subscription == nullptr) return S_FALSE;
-  const Hkd04a7Rpc_EventNotifyHandle handle = *subscription;
+  if (subscription == nullptr || !DetachSubscription(*subscription)) return S_FALSE;
   *subscription = nullptr;
-  return DetachSubscription(handle) ? S_OK : S_FALSE;
+  return S_OK;
 }
 
 void Hkd04a7Rpc_EventNotify_WaitEventAsync(PRPC_ASYNC_STATE asyncState, Hkd04a7Rpc_EventNotifyHandle handle,

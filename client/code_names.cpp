@@ -24,8 +24,10 @@ constexpr Entry kEntries[] = {
     {8, "ERROR_NOT_ENOUGH_MEMORY", "not enough memory"},
     {13, "ERROR_INVALID_DATA", "the data is not valid"},
     {14, "ERROR_OUTOFMEMORY", "out of memory"},
+    {18, "ERROR_NO_MORE_FILES", "no more files"},
     {21, "ERROR_NOT_READY", "not ready: the service is stopping"},
     {29, "ERROR_WRITE_FAULT", "it could not be written"},
+    {32, "ERROR_SHARING_VIOLATION", "another process has it open"},
     {50, "ERROR_NOT_SUPPORTED", "the entry point or request is not supported"},
     {87, "ERROR_INVALID_PARAMETER", "a parameter is not valid"},
     {112, "ERROR_DISK_FULL", "the disk is full"},
@@ -34,14 +36,23 @@ constexpr Entry kEntries[] = {
     {123, "ERROR_INVALID_NAME", "the name is not valid"},
     {126, "ERROR_MOD_NOT_FOUND", "the module could not be found"},
     {127, "ERROR_PROC_NOT_FOUND", "the entry point could not be found"},
+    {128, "ERROR_WAIT_NO_CHILDREN", "there is no process to wait for"},
     {161, "ERROR_BAD_PATHNAME", "the path is not valid"},
+    {182, "ERROR_INVALID_ORDINAL", "the library does not have this ordinal"},
     {183, "ERROR_ALREADY_EXISTS", "it exists already"},
     {193, "ERROR_BAD_EXE_FORMAT", "the program cannot be run"},
+    {206, "ERROR_FILENAME_EXCED_RANGE", "the name or path is too long"},
+    {216, "ERROR_EXE_MACHINE_TYPE_MISMATCH", "the program is for another kind of processor"},
     {234, "ERROR_MORE_DATA", "more data is available"},
     {258, "WAIT_TIMEOUT", "the wait timed out"},
     {259, "ERROR_NO_MORE_ITEMS", "no more items"},
+    {267, "ERROR_DIRECTORY", "the directory is not valid"},
+    {487, "ERROR_INVALID_ADDRESS", "the address is not valid"},
+    {740, "ERROR_ELEVATION_REQUIRED", "the program asks for more rights"},
     {995, "ERROR_OPERATION_ABORTED", "the operation was given up"},
     {997, "ERROR_IO_PENDING", "still in progress"},
+    {998, "ERROR_NOACCESS", "invalid access to memory"},
+    {1008, "ERROR_NO_TOKEN", "there is no such token"},
     {1009, "ERROR_BADDB", "the registry is damaged"},
     {1011, "ERROR_CANTOPEN", "the registry could not be opened"},
     {1015, "ERROR_REGISTRY_CORRUPT", "the registry is damaged"},
@@ -63,20 +74,30 @@ constexpr Entry kEntries[] = {
     {1072, "ERROR_SERVICE_MARKED_FOR_DELETE", "the service is marked for deletion"},
     {1073, "ERROR_SERVICE_EXISTS", "the service exists already"},
     {1078, "ERROR_DUPLICATE_SERVICE_NAME", "the name is in use by another service"},
+    {1114, "ERROR_DLL_INIT_FAILED", "the library's initialisation failed"},
     {1115, "ERROR_SHUTDOWN_IN_PROGRESS", "the machine is going down"},
+    {1157, "ERROR_DLL_NOT_FOUND", "a library that it needs was not found"},
     {1168, "ERROR_NOT_FOUND", "not found"},
     {1223, "ERROR_CANCELLED", "cancelled"},
     {1247, "ERROR_ALREADY_INITIALIZED", "it has been loaded already"},
     {1312, "ERROR_NO_SUCH_LOGON_SESSION", "there is no such logon session"},
+    {1314, "ERROR_PRIVILEGE_NOT_HELD", "the caller does not hold a privilege that this needs"},
     {1317, "ERROR_NO_SUCH_USER", "there is no such user"},
+    {1332, "ERROR_NONE_MAPPED", "no account has this name or SID"},
+    {1337, "ERROR_INVALID_SID", "the SID is not valid"},
+    {1346, "ERROR_BAD_IMPERSONATION_LEVEL", "the impersonation does not reach as far as this needs"},
+    {1368, "ERROR_CANNOT_IMPERSONATE", "the client cannot be impersonated"},
     {1392, "ERROR_FILE_CORRUPT", "the file is damaged"},
     {1450, "ERROR_NO_SYSTEM_RESOURCES", "not enough system resources"},
+    {1455, "ERROR_COMMITMENT_LIMIT", "the paging file is too small"},
     {1460, "ERROR_TIMEOUT", "the time allowed is over"},
     {1629, "ERROR_DATATYPE_MISMATCH", "the data has another form than its type"},
     {1630, "ERROR_UNSUPPORTED_TYPE", "the value has another type"},
     {1700, "RPC_S_INVALID_STRING_BINDING", "the string binding is not valid"},
+    {1701, "RPC_S_WRONG_KIND_OF_BINDING", "the binding handle is of another kind"},
     {1702, "RPC_S_INVALID_BINDING", "the binding handle is not valid"},
     {1703, "RPC_S_PROTSEQ_NOT_SUPPORTED", "the protocol sequence is not supported"},
+    {1704, "RPC_S_INVALID_RPC_PROTSEQ", "the protocol sequence is not valid"},
     {1706, "RPC_S_INVALID_ENDPOINT_FORMAT", "the endpoint is not valid"},
     {1708, "RPC_S_NO_ENDPOINT_FOUND", "no endpoint was found"},
     {1715, "RPC_S_NOT_LISTENING", "the server does not listen"},
@@ -84,6 +105,7 @@ constexpr Entry kEntries[] = {
     {1721, "RPC_S_OUT_OF_RESOURCES", "not enough resources"},
     {1722, "RPC_S_SERVER_UNAVAILABLE", "the RPC server is unavailable"},
     {1723, "RPC_S_SERVER_TOO_BUSY", "the RPC server is too busy"},
+    {1725, "RPC_S_NO_CALL_ACTIVE", "this thread serves no call"},
     {1726, "RPC_S_CALL_FAILED", "the connection was lost during the call"},
     {1727, "RPC_S_CALL_FAILED_DNE", "the connection was lost before the call was made"},
     {1728, "RPC_S_PROTOCOL_ERROR", "the server broke the protocol"},
@@ -91,11 +113,15 @@ constexpr Entry kEntries[] = {
     {1740, "RPC_S_DUPLICATE_ENDPOINT", "the endpoint is in use"},
     {1745, "RPC_S_PROCNUM_OUT_OF_RANGE", "the server does not have this procedure"},
     {1753, "EPT_S_NOT_REGISTERED", "the endpoint map has no such entry"},
+    {1766, "RPC_S_INTERNAL_ERROR", "an internal error of the RPC runtime"},
     {1775, "RPC_X_SS_IN_NULL_CONTEXT", "a null context handle was passed in"},
+    {1780, "RPC_X_NULL_REF_POINTER", "a null pointer where a parameter must be"},
     {1783, "RPC_X_BAD_STUB_DATA", "the stub received bad data"},
     {1791, "RPC_S_CALL_IN_PROGRESS", "another call on this subscription is in progress"},
+    {1816, "ERROR_NOT_ENOUGH_QUOTA", "not enough quota"},
     {1818, "RPC_S_CALL_CANCELLED", "the call was cancelled"},
     {7022, "ERROR_CTX_WINSTATION_NOT_FOUND", "there is no such session"},
+    {15700, "APPMODEL_ERROR_NO_PACKAGE", "the process has no package identity"},
     {0x1C00001A, "nca_s_fault_context_mismatch", "the server does not know the context handle"},
     {0x1C010002, "nca_s_op_rng_error", "the server does not have this procedure"},
     {0x1C010003, "nca_s_unk_if", "the server does not know the interface"},
@@ -105,6 +131,13 @@ constexpr Entry kEntries[] = {
     {0x80004005, "E_FAIL", "unspecified failure"},
     {0x8000FFFF, "E_UNEXPECTED", "unexpected failure"},
     {0x80010106, "RPC_E_CHANGED_MODE", "the thread has another apartment type"},
+    {0xFFFFFFFF, "WAIT_FAILED", "the wait failed"},
+};
+
+// What results mean where the same number is another Win32 code.
+constexpr Entry kResults[] = {
+    {0, "S_OK", "success"},
+    {1, "S_FALSE", "answered, but not with yes"},
 };
 
 const Entry* Find(std::uint32_t code) {
@@ -116,10 +149,29 @@ const Entry* Find(std::uint32_t code) {
   return carriesWin32 ? Find(code & 0xFFFFu) : nullptr;
 }
 
+const Entry* FindResult(std::uint32_t result) {
+  return result < std::size(kResults) ? &kResults[result] : Find(result);
+}
+
 std::string NumberText(std::uint32_t code) {
   char text[16];
   std::snprintf(text, sizeof text, code > 0xFFFF ? "0x%08X" : "%u", code);
   return text;
+}
+
+std::string Text(std::uint32_t code, const Entry* entry) {
+  std::string text = NumberText(code);
+  if (entry) text.append(" (").append(entry->name).append(": ").append(entry->meaning) += ')';
+  return text;
+}
+
+char Lower(char letter) {
+  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+bool SameName(std::string_view left, std::string_view right) {
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](char one, char other) { return Lower(one) == Lower(other); });
 }
 
 }  // namespace
@@ -135,9 +187,24 @@ std::string_view CodeMeaning(std::uint32_t code) {
 }
 
 std::string DescribeCode(std::uint32_t code) {
-  std::string text = NumberText(code);
-  if (const Entry* entry = Find(code)) text.append(" (").append(entry->name).append(": ").append(entry->meaning) += ')';
-  return text;
+  return Text(code, Find(code));
+}
+
+std::string_view ResultName(std::uint32_t result) {
+  const Entry* entry = FindResult(result);
+  return entry ? entry->name : std::string_view();
+}
+
+std::string DescribeResult(std::uint32_t result) {
+  return Text(result, FindResult(result));
+}
+
+std::optional<std::uint32_t> CodeOfName(std::string_view name) {
+  auto match = [name](const Entry& entry) { return SameName(entry.name, name); };
+  for (const Entry& entry : kResults)
+    if (match(entry)) return entry.code;
+  const Entry* found = std::find_if(std::begin(kEntries), std::end(kEntries), match);
+  return found == std::end(kEntries) ? std::nullopt : std::optional(found->code);
 }
 
 }  // namespace client

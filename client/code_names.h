@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,5 +20,12 @@ std::string_view CodeMeaning(std::uint32_t code);
 // The code as people read it: "1722 (RPC_S_SERVER_UNAVAILABLE: the RPC server is unavailable)". Small numbers are
 // decimal, HRESULTs and fault statuses hexadecimal; an unknown code is just its number.
 std::string DescribeCode(std::uint32_t code);
+
+// The same of a procedure's result: 0 and 1 are S_OK and S_FALSE there.
+std::string_view ResultName(std::uint32_t result);
+std::string DescribeResult(std::uint32_t result);
+
+// The code with this name, in any letter case; S_OK and S_FALSE too. Nothing when the table does not have it.
+std::optional<std::uint32_t> CodeOfName(std::string_view name);
 
 }  // namespace client

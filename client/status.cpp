@@ -10,6 +10,10 @@ constexpr std::uint32_t kWaitCancelled = 0x800704C7;
 
 }  // namespace
 
+std::string_view Status::CodeName() const {
+  return FromRuntime() ? client::CodeName(Code()) : ResultName(Code());
+}
+
 bool Status::ServiceNotReachable() const {
   switch (rpc) {
     case RPC_S_UNKNOWN_IF:
@@ -29,7 +33,8 @@ bool Status::ServiceStopping() const {
 }
 
 std::string Describe(const Status& status) {
-  return std::string(status.operation) + " answered " + DescribeCode(status.Code());
+  const std::string code = status.FromRuntime() ? DescribeCode(status.Code()) : DescribeResult(status.Code());
+  return std::string(status.operation) + " answered " + code;
 }
 
 }  // namespace client

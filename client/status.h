@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "platform/rpc.h"
 
@@ -16,6 +17,12 @@ struct Status {
 
   // The code that counts: the runtime's when it failed, else the procedure's.
   std::uint32_t Code() const { return static_cast<std::uint32_t>(rpc != RPC_S_OK ? rpc : result); }
+
+  // Which of the two layers the code comes from.
+  bool FromRuntime() const { return rpc != RPC_S_OK; }
+
+  // The code's name, by its layer: "RPC_S_SERVER_UNAVAILABLE", "S_FALSE"; "" for an unknown one.
+  std::string_view CodeName() const;
 
   // Nobody serves the interface: never did, or went away before or during the call.
   bool ServiceNotReachable() const;

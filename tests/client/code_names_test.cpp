@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "client/interface_answers.h"
+
 namespace client {
 namespace {
 
@@ -23,6 +25,33 @@ TEST(CodeNamesTest, DescribesCodes) {
       {0x80080005, "0x80080005"},
   };
   for (const Case& test : cases) EXPECT_EQ(DescribeCode(test.code), test.text);
+}
+
+// A result is named as a result, and names lead back to their codes.
+TEST(CodeNamesTest, KnowsResultsAndNames) {
+  EXPECT_EQ(DescribeResult(0), "0 (S_OK: success)");
+  EXPECT_EQ(ResultName(1), "S_FALSE");
+  EXPECT_EQ(ResultName(0x80004005), "E_FAIL");
+  EXPECT_EQ(CodeOfName("rpc_s_server_unavailable"), 1722u);
+  EXPECT_EQ(CodeOfName("S_FALSE"), 1u);
+  EXPECT_EQ(CodeOfName("WAIT_FAILED"), 0xFFFFFFFFu);
+  EXPECT_EQ(CodeOfName("RPC_S_SERVER"), std::nullopt);
+  EXPECT_EQ(CodeOfName(""), std::nullopt);
+}
+
+// Whatever the interface answers has a name.
+TEST(CodeNamesTest, NamesEveryAnswerOfTheInterface) {
+  for (std::uint32_t code :
+       {0u,          1u,          5u,          6u,          87u,         1722u,       1726u,       1745u,
+        1775u,       0x80004001u, 0x80004005u, 0x80070002u, 0x80070005u, 0x80070006u, 0x8007000Eu, 0x80070015u,
+        0x80070057u, 0x8007007Eu, 0x8007007Fu, 0x800700EAu, 0x800704C7u, 0x800705B4u, 0x800706FFu, 0xFFFFFFFFu}) {
+    EXPECT_FALSE(CodeName(code).empty()) << code;
+    const std::vector<InterfaceAnswer> answers = InterfaceAnswers(code);
+    EXPECT_FALSE(answers.empty()) << code;
+    for (const InterfaceAnswer& answer : answers) EXPECT_EQ(answer.code, code);
+  }
+  EXPECT_EQ(InterfaceAnswers(1).size(), 3u);
+  EXPECT_TRUE(InterfaceAnswers(4711).empty());
 }
 
 }  // namespace

@@ -91,7 +91,7 @@ void ScriptedService::Wait(PRPC_ASYNC_STATE asyncState, Hkd04a7Rpc_EventRecord* 
 
 }  // namespace client
 
-// The server routines. What the client library does not call answers as the service does for now.
+// The server routines of subscriptions; the others are scripted_procedures.cpp's.
 extern "C" {
 
 HRESULT Hkd04a7Rpc_EventNotify_Create(handle_t, Hkd04a7Rpc_EventNotifyHandle* subscription) {
@@ -106,36 +106,6 @@ void Hkd04a7Rpc_EventNotify_WaitEventAsync(PRPC_ASYNC_STATE asyncState, Hkd04a7R
                                            Hkd04a7Rpc_EventRecord* event) {
   client::ScriptedService::Instance()->Wait(asyncState, event);
 }
-
-HRESULT Hkd04a7Rpc_Device_Create(handle_t, Hkd04a7Rpc_DeviceHandle*) {
-  RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE);
-}
-
-HRESULT Hkd04a7Rpc_Device_Close(Hkd04a7Rpc_DeviceHandle*) {
-  RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE);
-}
-
-HRESULT Hkd04a7Rpc_Device_CallFuncMethod(Hkd04a7Rpc_DeviceHandle, DWORD, DWORD, DWORD, DWORD, DWORD*) {
-  RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE);
-}
-
-HRESULT Hkd04a7Rpc_RegisterAppServiceForNotification(handle_t, const WCHAR*, const WCHAR*, DWORD, DWORD, DWORD) {
-  RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE);
-}
-
-HRESULT Hkd04a7Rpc_UnregisterAppServiceForNotification(handle_t, const WCHAR*, DWORD, DWORD, DWORD) {
-  RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE);
-}
-
-HRESULT Hkd04a7Rpc_Device_GetWakeupStatus(Hkd04a7Rpc_DeviceHandle, DWORD, DWORD*) {
-  RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE);
-}
-
-HRESULT Hkd04a7Rpc_RunFileAsSystem(handle_t, DWORD, const WCHAR*, const WCHAR*, DWORD*) {
-  RpcRaiseException(RPC_S_PROCNUM_OUT_OF_RANGE);
-}
-
-void Hkd04a7Rpc_DeviceHandle_rundown(Hkd04a7Rpc_DeviceHandle) {}
 
 void Hkd04a7Rpc_EventNotifyHandle_rundown(Hkd04a7Rpc_EventNotifyHandle) {}
 

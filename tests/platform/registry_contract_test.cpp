@@ -326,6 +326,27 @@ TEST_F(Registry, HandlesDoWhatTheyWereOpenedFor) {
   RegCloseKey(writer);
 }
 
+TEST_F(Registry, ValuesAreWrittenThroughPathsThatAreMadeOnTheWay) {
+  const DWORD word = 7;
+  HKEY reader = nullptr;
+  ASSERT_CODE(0, RegOpenKeyExW(HKEY_CURRENT_USER, kPlace.c_str(), 0, KEY_READ, &reader));
+  EXPECT_CODE(ERROR_ACCESS_DENIED, RegSetKeyValueW(reader, nullptr, W("v"), REG_DWORD, &word, sizeof(word)));
+  // A subkey is opened anew, whatever the handle may do.
+  EXPECT_CODE(0, RegSetKeyValueW(reader, W("a\\b"), W("v"), REG_DWORD, &word, sizeof(word)));
+  EXPECT_CODE(0, RegSetKeyValueW(reader, W("a\\b"), W("V"), REG_NONE, nullptr, 0));
+  EXPECT_CODE(0, RegSetKeyValueW(key_, nullptr, W(""), REG_DWORD, &word, sizeof(word)));
+  DWORD type = 0;
+  DWORD size = 0;
+  EXPECT_CODE(0, RegGetValueW(key_, W("a\\b"), W("v"), RRF_RT_ANY, &type, nullptr, &size));
+  EXPECT_EQ(REG_NONE, type);
+  EXPECT_CODE(0, RegGetValueW(key_, nullptr, nullptr, RRF_RT_REG_DWORD, nullptr, nullptr, &size));
+  RegCloseKey(reader);
+  EXPECT_CODE(ERROR_ACCESS_DENIED, RegDeleteKeyW(key_, W("a")));
+  EXPECT_CODE(0, RegDeleteKeyW(key_, W("a\\b")));
+  EXPECT_CODE(0, RegDeleteKeyW(key_, W("a")));
+  EXPECT_CODE(ERROR_FILE_NOT_FOUND, RegDeleteKeyW(key_, W("a")));
+}
+
 TEST_F(Registry, OpeningNothingOpensTheKeyAgain) {
   HKEY same = nullptr;
   EXPECT_CODE(0, RegOpenKeyExW(HKEY_LOCAL_MACHINE, nullptr, 0, KEY_READ, &same));

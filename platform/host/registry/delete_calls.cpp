@@ -44,6 +44,11 @@ LSTATUS RegDeleteKeyExW(HKEY key, LPCWSTR subKey, REGSAM view, DWORD reserved) {
   return Answer(ChangeKeys([&](Database& database) { return DeleteLeaf(database, path); }));
 }
 
+LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subKey) {
+  if (const auto injected = host::InjectedFailure("RegDeleteKeyW")) return Answer(*injected);
+  return RegDeleteKeyExW(key, subKey, 0, 0);
+}
+
 LSTATUS RegDeleteTreeW(HKEY key, LPCWSTR subKey) {
   if (const auto injected = host::InjectedFailure("RegDeleteTreeW")) return Answer(*injected);
   const bool withRoot = subKey && *subKey;

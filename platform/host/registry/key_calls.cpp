@@ -15,18 +15,6 @@ DWORD FindExisting(const KeyPath& path, KeyId* key) {
   });
 }
 
-// Makes every key of the path that is missing.
-DWORD CreateMissing(Database& database, const KeyPath& path, bool isVolatile, KeyId* key, bool* created) {
-  DWORD code = CheckPathHive(database, path);
-  std::size_t found = 0;
-  if (code == ERROR_SUCCESS) code = FollowPath(database, path.start, path.steps, key, &found);
-  *created = found < path.steps.size();
-  for (; code == ERROR_SUCCESS && found < path.steps.size(); ++found) {
-    code = InsertKey(database, *key, path.steps[found], isVolatile, key);
-  }
-  return code;
-}
-
 void RefuseUnsupported(LPCWSTR keyClass, DWORD options, const SECURITY_ATTRIBUTES* attributes) {
   if (keyClass && *keyClass) Unsupported("RegCreateKeyExW", "keyClass");
   if ((options & ~REG_OPTION_VOLATILE) != 0) Unsupported("RegCreateKeyExW", "options");
@@ -38,7 +26,7 @@ DWORD OpenOrCreate(const KeyPath& path, bool isVolatile, KeyId* key, bool* creat
   *created = false;
   const DWORD code = FindExisting(path, key);
   if (code != ERROR_FILE_NOT_FOUND) return code;
-  return ChangeKeys([&](Database& database) { return CreateMissing(database, path, isVolatile, key, created); });
+  return ChangeKeys([&](Database& database) { return CreatePath(database, path, isVolatile, key, created); });
 }
 
 }  // namespace

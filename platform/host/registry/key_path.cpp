@@ -36,4 +36,15 @@ DWORD FindKey(Database& database, const KeyPath& path, KeyId* key) {
   return code == ERROR_SUCCESS && found < path.steps.size() ? ERROR_FILE_NOT_FOUND : code;
 }
 
+DWORD CreatePath(Database& database, const KeyPath& path, bool isVolatile, KeyId* key, bool* created) {
+  DWORD code = CheckPathHive(database, path);
+  std::size_t found = 0;
+  if (code == ERROR_SUCCESS) code = FollowPath(database, path.start, path.steps, key, &found);
+  if (created) *created = found < path.steps.size();
+  for (; code == ERROR_SUCCESS && found < path.steps.size(); ++found) {
+    code = InsertKey(database, *key, path.steps[found], isVolatile, key);
+  }
+  return code;
+}
+
 }  // namespace host::registry

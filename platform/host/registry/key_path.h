@@ -23,4 +23,8 @@ DWORD CheckPathHive(Database& database, const KeyPath& path);
 // Several steps need a transaction around the call.
 DWORD FindKey(Database& database, const KeyPath& path, KeyId* key);
 
+// The key at the end of the path, with every missing key before it made; `created` (may be null) tells whether one was.
+// Needs a write transaction around the call.
+DWORD CreatePath(Database& database, const KeyPath& path, bool isVolatile, KeyId* key, bool* created);
+
 }  // namespace host::registry

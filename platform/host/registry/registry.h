@@ -58,6 +58,10 @@ LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR name, DWORD flags, LPDWOR
 // Writes a value, a string with the terminator counted in `dataSize` (bytes). Needs KEY_SET_VALUE.
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD dataSize);
 
+// Writes a value of the key or of its subkey, which is created, as RegCreateKeyExW does, when it is missing. A handle
+// without subkey needs KEY_SET_VALUE.
+LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR name, DWORD type, LPCVOID data, DWORD dataSize);
+
 // The value at `index`, in the order the values were first written. `nameLength` in characters: in with the terminator,
 // out without it. ERROR_MORE_DATA when the name or the data does not fit (the name's length is then left as it was, the
 // next index works); ERROR_NO_MORE_ITEMS past the last. `type`, `data`, `dataSize` may be null. Needs KEY_QUERY_VALUE.
@@ -81,6 +85,9 @@ LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name);
 // Deletes a key with its values. `view` is 0 or one of the KEY_WOW64_ flags. ERROR_ACCESS_DENIED when it has subkeys or
 // is the root of a hive.
 LSTATUS RegDeleteKeyExW(HKEY key, LPCWSTR subKey, REGSAM view, DWORD reserved);
+
+// RegDeleteKeyExW in the view of `key`.
+LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subKey);
 
 // Deletes the subkey and everything below it, all or nothing; with a null or empty `subKey` the values and subkeys of
 // `key`, which stays. Needs DELETE, KEY_ENUMERATE_SUB_KEYS and KEY_QUERY_VALUE, and KEY_SET_VALUE for the latter.

@@ -95,6 +95,22 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const
   }));
 }
 
+LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR name, DWORD type, LPCVOID data, DWORD dataSize) {
+  if (const auto injected = host::InjectedFailure("RegSetKeyValueW")) return Answer(*injected);
+  KeyName valueName;
+  if ((!data && dataSize != 0) || !MakeValueName(name, &valueName)) return ERROR_INVALID_PARAMETER;
+  const bool ownValue = !subKey || !*subKey;
+  KeyPath path;
+  const DWORD code = MakeKeyPath(key, subKey, 0, ownValue ? KEY_SET_VALUE : 0, &path);
+  if (code != ERROR_SUCCESS) return Answer(code);
+  return Answer(ChangeKeys([&](Database& database) {
+    KeyId target = 0;
+    const DWORD created = CreatePath(database, path, false, &target, nullptr);
+    if (created != ERROR_SUCCESS) return created;
+    return WriteValue(database, target, valueName, type, std::span(static_cast<const BYTE*>(data), dataSize));
+  }));
+}
+
 LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
   if (const auto injected = host::InjectedFailure("RegDeleteValueW")) return Answer(*injected);
   KeyName valueName;

@@ -19,6 +19,7 @@ void AddHostCommands(CLI::App& app, Options& options) {
   AddDeviceCommands(app, options);
   AddPowerCommands(app, options);
   AddSessionCommands(app, options);
+  AddRunCommand(app, options);
   AddLogCommands(app, options);
   AddRegistryCommands(app, options);
   AddDemoCommand(app, options);

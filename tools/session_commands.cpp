@@ -1,4 +1,4 @@
-// logon, logoff.
+// logon, logoff, connect, disconnect, user: people and their sessions.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
@@ -7,15 +7,12 @@
 #include "tools/commands.h"
 #include "tools/device_numbers.h"
 #include "tools/exit_codes.h"
-#include "tools/machine_call.h"
 #include "tools/session_control.h"
 
 namespace tool {
 namespace {
 
 using nlohmann::json;
-
-constexpr std::chrono::seconds kPatience{60};
 
 int LogonAndTell(const Options& options, const LogonRequest& request) {
   std::uint32_t session = 0;
@@ -27,34 +24,85 @@ int LogonAndTell(const Options& options, const LogonRequest& request) {
   return kDone;
 }
 
-}  // namespace
-
-int Logon(const Options& options, const LogonRequest& request, std::uint32_t* session) {
-  const MachineRequest call{"log " + request.user + " on", "the machine", "hkd04a7ctl status", kPatience};
-  json reply;
-  const int code = CallMachine(options, call, json{{"op", "session.logon"}, {"user", request.user}}, &reply);
-  if (code == kDone && session != nullptr) *session = reply.at("session").get<std::uint32_t>();
-  return code;
+void ShowAccount(const Options& options, const json& account) {
+  const auto user = account.at("user").get<std::string>();
+  const auto sid = account.at("sid").get<std::string>();
+  if (options.json)
+    std::printf("%s\n", json{{"user", user}, {"sid", sid}}.dump().c_str());
+  else
+    std::printf("  %-20s %s\n", user.c_str(), sid.c_str());
 }
 
-int Logoff(const Options& options, std::uint32_t session) {
-  const MachineRequest call{"log session " + std::to_string(session) + " off", "the machine",
-                            "hkd04a7ctl status shows the sessions", kPatience};
-  return CallMachine(options, call, json{{"op", "session.logoff"}, {"session", session}}, nullptr);
+int AddUserAndTell(const Options& options, const std::string& user) {
+  json account;
+  if (int code = AddUser(options, user, &account); code != kDone) return code;
+  ShowAccount(options, account);
+  return kDone;
 }
 
-void AddSessionCommands(CLI::App& app, Options& options) {
-  CLI::App* logon = app.add_subcommand("logon", "log a user on at the console");
+int ShowUsers(const Options& options) {
+  json accounts;
+  if (int code = ListUsers(options, &accounts); code != kDone) return code;
+  for (const json& account : accounts) ShowAccount(options, account);
+  return kDone;
+}
+
+void AddLogon(CLI::App& app, Options& options) {
+  CLI::App* logon = app.add_subcommand("logon", "log a user on: at the console, or where the options say");
   auto request = std::make_shared<LogonRequest>();
   logon->add_option("user", request->user, "the user's name; a new one is made")->required();
+  CLI::Option* remote = logon->add_flag("--remote", request->remote, "in a new session, from afar");
+  logon->add_option("--session", request->session, "in this session, in which nobody is")
+      ->check(WordError)
+      ->excludes(remote);
   logon->callback(
       [&options, request] { options.action = [&options, request] { return LogonAndTell(options, *request); }; });
-  CLI::App* logoff = app.add_subcommand("logoff", "log a session off");
+}
+
+// A command that takes the number of a session.
+CLI::App* AddOnSession(CLI::App& app, Options& options, const char* name, const char* help,
+                       int (*act)(const Options&, std::uint32_t)) {
+  CLI::App* command = app.add_subcommand(name, help);
   auto session = std::make_shared<std::uint32_t>(0);
-  logoff->add_option("session", *session, "the session's number, as logon and status show it")
+  command->add_option("session", *session, "the session's number, as logon and status show it")
       ->required()
       ->check(WordError);
-  logoff->callback([&options, session] { options.action = [&options, session] { return Logoff(options, *session); }; });
+  command->callback(
+      [&options, session, act] { options.action = [&options, session, act] { return act(options, *session); }; });
+  return command;
+}
+
+void AddConnect(CLI::App& app, Options& options) {
+  CLI::App* connect = app.add_subcommand("connect", "connect a disconnected session to the console");
+  auto session = std::make_shared<std::uint32_t>(0);
+  auto remote = std::make_shared<bool>(false);
+  connect->add_option("session", *session, "the session's number")->required()->check(WordError);
+  connect->add_flag("--remote", *remote, "from afar instead");
+  connect->callback([&options, session, remote] {
+    options.action = [&options, session, remote] { return ConnectSession(options, *session, *remote); };
+  });
+}
+
+void AddUserCommands(CLI::App& app, Options& options) {
+  CLI::App* user = app.add_subcommand("user", "the machine's accounts");
+  user->require_subcommand(1);
+  CLI::App* add = user->add_subcommand("add", "make an account without logging it on");
+  auto name = std::make_shared<std::string>();
+  add->add_option("name", *name, "the user's name")->required();
+  add->callback([&options, name] { options.action = [&options, name] { return AddUserAndTell(options, *name); }; });
+  user->add_subcommand("list", "show the accounts with their SIDs")->callback([&options] {
+    options.action = [&options] { return ShowUsers(options); };
+  });
+}
+
+}  // namespace
+
+void AddSessionCommands(CLI::App& app, Options& options) {
+  AddUserCommands(app, options);
+  AddLogon(app, options);
+  AddOnSession(app, options, "logoff", "log a session off", Logoff);
+  AddConnect(app, options);
+  AddOnSession(app, options, "disconnect", "disconnect a session: its user stays logged on", DisconnectSession);
 }
 
 }  // namespace tool

@@ -1,0 +1,25 @@
+// The software key of the device: what decides which packages may run which commands as system.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "tools/options.h"
+#include "tools/registry_access.h"
+
+namespace tool {
+
+// Below the software key: capability bits by package family name, and commands by identifier.
+inline constexpr const char* kCapabilitySubKey = "Extension\\RestrictedRpc";
+inline constexpr const char* kCommandSubKey = "Extension\\Command";
+
+// "HKLM\System\...", the software key of the first present device of the driver service, as the service finds it.
+// Nothing, with a sentence in `error`, when there is no such device or it has no driver.
+std::optional<std::string> DeviceKeyPath(std::string* error);
+
+// Opens one of these tables for reading and writing; a missing one is made (`make`), or left unopened (`opened` false).
+// Answers an exit code; a failure (the machine is not up, no device, the registry) has been reported as `tried`.
+int OpenDeviceTable(const Options& options, const std::string& tried, const char* subKey, bool make, RegistryKey* key,
+                    bool* opened);
+
+}  // namespace tool

@@ -1,0 +1,101 @@
+#include "tools/program_run.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <thread>
+#include <utility>
+
+#include "platform/host/base/error_codes.h"
+#include "platform/host/link/machine_link.h"
+#include "tools/exit_codes.h"
+#include "tools/machine_call.h"
+#include "tools/report.h"
+#include "tools/signals.h"
+
+namespace tool {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kInterruptLatency = 100;  // milliseconds for which an interrupt may go unseen
+constexpr std::chrono::seconds kStartPatience{60};
+
+}  // namespace
+
+// What the thread that waits for the program's end leaves behind; it may outlive the one that started it.
+struct ProgramRun::End {
+  const int signal = eventfd(0, EFD_CLOEXEC);  // readable once the rest is set
+  DWORD error = ERROR_SUCCESS;
+  json reply;
+
+  End() = default;
+  ~End() { close(signal); }
+  End(const End&) = delete;
+  End& operator=(const End&) = delete;
+};
+
+int ProgramRun::Run(json request) {
+  program_ = request.at("program").get<std::string>();
+  if (int code = Start(std::move(request)); code != kDone) return code;
+  const std::shared_ptr<End> end = AwaitEnd();
+  Follow(*end);
+  if (Interrupted()) return kInterrupted;
+  if (!OutputIsSound()) return kFailed;
+  if (end->error == ERROR_SUCCESS) return end->reply.at("exitCode").get<int>();
+  return Report(options_, kFailed, {"wait for the end of " + program_, "the machine", end->error, ""});
+}
+
+int ProgramRun::Start(json request) {
+  const std::string tried = "run " + program_;
+  if (!output_.Open() || !errors_.Open()) return Report(options_, kFailed, {tried, std::strerror(errno), 0, ""});
+  request["op"] = "process.run";
+  request["output"] = output_.WriterPath();
+  request["errorOutput"] = errors_.WriterPath();
+  json reply;
+  NoteInterrupts();
+  const MachineRequest call{tried, "the machine", "", kStartPatience};
+  const int code = CallMachine(options_, call, request, &reply);
+  output_.CloseWriter();
+  errors_.CloseWriter();
+  if (code != kDone) return code;
+  pid_ = reply.at("pid").get<int>();
+  number_ = reply.at("number").get<std::uint64_t>();
+  return kDone;
+}
+
+std::shared_ptr<ProgramRun::End> ProgramRun::AwaitEnd() const {
+  auto end = std::make_shared<End>();
+  std::thread([end, number = number_] {
+    end->error = host::MachineLink::Instance().Call(json{{"op", "process.wait"}, {"number", number}}, &end->reply);
+    eventfd_write(end->signal, 1);
+  }).detach();
+  return end;
+}
+
+// Everything the program wrote lies in the pipes when its end is known.
+void ProgramRun::Follow(End& end) {
+  bool ended = false;
+  while (!ended) {
+    pollfd ready[] = {{output_.Reader(), POLLIN, 0}, {errors_.Reader(), POLLIN, 0}, {end.signal, POLLIN, 0}};
+    poll(ready, std::size(ready), kInterruptLatency);
+    ended = ready[2].revents != 0;
+    if (!RelayBoth() || Interrupted()) EndProgram();
+  }
+}
+
+bool ProgramRun::RelayBoth() {
+  const bool taken = output_.Relay(stdout);
+  return errors_.Relay(stderr) && taken;
+}
+
+void ProgramRun::EndProgram() {
+  if (std::exchange(ending_, true)) return;
+  host::MachineLink::Instance().Post(json{{"op", "process.end"}, {"pid", pid_}});
+}
+
+}  // namespace tool

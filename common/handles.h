@@ -4,6 +4,7 @@
 #include "common/unique_resource.h"
 #include "platform/handles.h"
 #include "platform/memory.h"
+#include "platform/processes.h"
 #include "platform/registry.h"
 #include "platform/security.h"
 #include "platform/services.h"
@@ -14,6 +15,8 @@ using UniqueHandle = UniqueResource<NullableCloser<HANDLE, CloseHandle>>;
 using UniqueRegistryKey = UniqueResource<NullableCloser<HKEY, RegCloseKey>>;
 using UniqueServiceHandle = UniqueResource<NullableCloser<SC_HANDLE, CloseServiceHandle>>;
 using UniqueSid = UniqueResource<NullableCloser<PSID, FreeSid>>;
+using UniqueSidText = UniqueResource<NullableCloser<LPWSTR, LocalFree>>;
 using UniqueAcl = UniqueResource<NullableCloser<PACL, LocalFree>>;
+using UniqueEnvironmentBlock = UniqueResource<NullableCloser<LPVOID, DestroyEnvironmentBlock>>;
 
 }  // namespace Quorvex::PC::Common

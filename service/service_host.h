@@ -8,9 +8,6 @@
 
 namespace Quorvex::PC::Hkd04a7::Service {
 
-// The service's name in the control manager's database.
-inline constexpr const WCHAR* kServiceName = W("Hkd04a7DriverUtilityService");
-
 class CServiceHost {
  public:
   CServiceHost() = default;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 
+#include "common/service_name.h"
 #include "platform/completion_port.h"
 #include "platform/errors.h"
 #include "service/control_handler.h"
@@ -34,7 +35,7 @@ void RunRegistered(CServiceHost& host) {
 // False when there is no control handler: nothing can be reported then.
 bool RunControlled(CServiceHost& host) {
   const ControlledHost controlled(host);
-  const SERVICE_STATUS_HANDLE handle = RegisterServiceCtrlHandlerExW(kServiceName, &ServiceCtrlHandler, &host);
+  const SERVICE_STATUS_HANDLE handle = RegisterServiceCtrlHandlerExW(Common::kServiceName, &ServiceCtrlHandler, &host);
   if (handle == nullptr) return false;
   host.status.SetStatusHandle(handle);
   RunRegistered(host);

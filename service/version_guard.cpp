@@ -1,8 +1,8 @@
 #include "service/version_guard.h"
 
 #include "common/handles.h"
+#include "common/service_name.h"
 #include "service/registry_paths.h"
-#include "service/service_host.h"
 
 namespace Quorvex::PC::Hkd04a7::Service {
 namespace {
@@ -50,7 +50,7 @@ bool IsInstalledVersionTooOld() {
 void SetServiceToDemandStart() {
   const Common::UniqueServiceHandle manager(OpenSCManagerW(nullptr, SERVICES_ACTIVE_DATABASEW, SC_MANAGER_ALL_ACCESS));
   if (!manager) return;
-  const Common::UniqueServiceHandle service(OpenServiceW(manager.Get(), kServiceName, SERVICE_CHANGE_CONFIG));
+  const Common::UniqueServiceHandle service(OpenServiceW(manager.Get(), Common::kServiceName, SERVICE_CHANGE_CONFIG));
   if (!service) return;
   ChangeServiceConfigW(service.Get(), SERVICE_NO_CHANGE, SERVICE_DEMAND_START, SERVICE_NO_CHANGE, nullptr, nullptr,
                        nullptr, nullptr, nullptr, nullptr, nullptr);

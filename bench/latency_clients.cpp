@@ -2,18 +2,15 @@
 
 #include <sys/epoll.h>
 #include <sys/socket.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <vector>
 
-#include "platform/host/link/unix_socket.h"
+#include "bench/clock.h"
+#include "bench/prepared_calls.h"
 #include "platform/host/rpc/hkd04a7_description.h"
-#include "platform/host/rpc/pdu_build.h"
-#include "platform/host/rpc/pdu_parse.h"
-#include "platform/host/rpc/stub.h"
 
 using namespace host::rpc;
 
@@ -24,75 +21,15 @@ struct Client {
   Bytes wait;  // the request for the next event
 };
 
-std::int64_t Now() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return std::int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
-}
-
-bool Send(int socket, const Bytes& bytes) {
-  return send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
-}
-
-// One PDU; empty when the server has closed or says something that is not a PDU.
-Bytes ReceivePdu(int socket) {
-  Bytes pdu(kHeaderSize);
-  if (recv(socket, pdu.data(), kHeaderSize, MSG_WAITALL) != static_cast<ssize_t>(kHeaderSize)) return {};
-  PduHeader header;
-  if (ParseHeader(std::span<const std::byte, kHeaderSize>(pdu.data(), kHeaderSize), header)) return {};
-  pdu.resize(header.fragmentLength);
-  const std::size_t rest = pdu.size() - kHeaderSize;
-  return recv(socket, pdu.data() + kHeaderSize, rest, MSG_WAITALL) == static_cast<ssize_t>(rest) ? pdu : Bytes{};
-}
-
-Bytes BindBytes() {
-  BindPdu bind;
-  bind.contexts.push_back(
-      {0, {hkd04a7::kInterfaceUuid, hkd04a7::kMajorVersion, hkd04a7::kMinorVersion}, {kNdr64Syntax}});
-  Bytes bytes;
-  AppendBind(PduType::Bind, 1, bind, bytes);
-  return bytes;
-}
-
-Bytes RequestBytes(hkd04a7::ProcedureNumber number, const Call& call) {
-  Bytes stub;
-  WriteRequest(hkd04a7::kProcedures[number], Syntax::Ndr64, call, stub);
-  RequestPdu request;
-  request.procedure = number;
-  request.stub = stub;
-  Bytes bytes;
-  AppendRequest(2, request, kMaxFragment, bytes);
-  return bytes;
-}
-
-// The new subscription's handle in the answer to procedure 3; null when there is none.
-ContextToken SubscriptionOf(const Bytes& pdu) {
-  Call call;
-  call.arguments.resize(hkd04a7::kProcedures[hkd04a7::kEventNotifyCreate].parameters.size());
-  PduHeader header;
-  ResponsePdu response;
-  if (pdu.size() < kHeaderSize ||
-      ParseHeader(std::span<const std::byte, kHeaderSize>(pdu.data(), kHeaderSize), header) ||
-      header.type != PduType::Response || ParseResponse(header, pdu, response) ||
-      ReadResponse(hkd04a7::kProcedures[hkd04a7::kEventNotifyCreate], Syntax::Ndr64, response.stub, call) != 0) {
-    return {};
-  }
-  return call.arguments[1].token;
-}
-
 bool Subscribe(const char* socketPath, Client& client) {
-  client.socket = host::ConnectUnixSocket(socketPath);
+  client.socket = bench::ConnectAndBind(socketPath, bench::ProductInterface());
   if (client.socket < 0) return false;
-  if (!Send(client.socket, BindBytes()) || ReceivePdu(client.socket).empty()) return false;
-  Call create;
-  create.arguments.resize(2);
-  if (!Send(client.socket, RequestBytes(hkd04a7::kEventNotifyCreate, create))) return false;
   Call wait;
   wait.arguments.resize(2);
-  wait.arguments[0].token = SubscriptionOf(ReceivePdu(client.socket));
+  wait.arguments[0].token = bench::OpenHandle(client.socket, bench::ProductProcedure(hkd04a7::kEventNotifyCreate));
   if (wait.arguments[0].token.IsNull()) return false;
-  client.wait = RequestBytes(hkd04a7::kEventNotifyWaitEventAsync, wait);
-  return Send(client.socket, client.wait);
+  client.wait = bench::RequestFor(bench::ProductProcedure(hkd04a7::kEventNotifyWaitEventAsync), wait);
+  return bench::Send(client.socket, client.wait);
 }
 
 bool Report(std::vector<std::int64_t>& times, int output) {
@@ -112,8 +49,8 @@ void Serve(std::vector<Client>& clients, int epoll, int output) {
       const Client& client = clients[events[i].data.u32];
       std::byte reply[256];
       if (recv(client.socket, reply, sizeof(reply), 0) <= 0) return;
-      times.push_back(Now());
-      if (!Send(client.socket, client.wait)) return;
+      times.push_back(bench::Now());
+      if (!bench::Send(client.socket, client.wait)) return;
     }
     if (times.size() == clients.size() && !Report(times, output)) return;
   }

@@ -5,26 +5,23 @@
 //   notify-latency [--rounds N] [clients...]          by default 1, 100 and 1000 clients, 500 rounds
 #include <spawn.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "bench/clock.h"
 #include "bench/latency_clients.h"
+#include "bench/product_endpoint.h"
+#include "bench/statistics.h"
+#include "bench/temporary_machine.h"
 #include "device/event_notify.h"
-#include "platform/com.h"
-#include "platform/host/base/machine_directory.h"
 #include "platform/host/base/open_files.h"
 #include "platform/host/rpc/server_status.h"
-#include "platform/rpc.h"
-#include "platform/rpc_interface.h"
 
 using Quorvex::PC::Hkd04a7::NotifyEvent;
 using Quorvex::PC::Hkd04a7::Service::CServiceContext;
@@ -41,16 +38,6 @@ struct Figures {
   std::vector<double> returned, first, middle, last;
 };
 
-std::int64_t Now() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return std::int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
-}
-
-std::string EndpointPath() {
-  return host::CurrentMachineDirectory().runtime + "/ncalrpc/Hkd04a7RpcEndpoint";
-}
-
 // A process of this program with `count` clients; its round times come out of `*times`.
 pid_t StartClients(unsigned count, int* times) {
   int ends[2];
@@ -59,7 +46,7 @@ pid_t StartClients(unsigned count, int* times) {
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
   posix_spawn_file_actions_addclose(&actions, ends[0]);
-  std::string path = EndpointPath();
+  std::string path = bench::EndpointPath();
   std::string number = std::to_string(count);
   std::string program = "/proc/self/exe";
   std::string option = kClientSwitch;
@@ -83,12 +70,12 @@ bool EveryClientWaits(unsigned count) {
 bool OneRound(CServiceContext& context, unsigned count, int times, Figures* figures) {
   if (!EveryClientWaits(count)) return false;
   std::this_thread::sleep_for(kRest);
-  const std::int64_t begin = Now();
+  const std::int64_t begin = bench::Now();
   NotifyEvent(context, kEvent, 0, 0);
-  const std::int64_t returned = Now();
+  const std::int64_t returned = bench::Now();
   RoundTimes round;
   if (read(times, &round, sizeof(round)) != sizeof(round)) return false;
-  const auto microseconds = [&](std::int64_t time) { return static_cast<double>(time - begin) / 1000; };
+  const auto microseconds = [&](std::int64_t time) { return bench::Microseconds(time - begin); };
   figures->returned.push_back(microseconds(returned));
   figures->first.push_back(microseconds(round.first));
   figures->middle.push_back(microseconds(round.middle));
@@ -96,15 +83,10 @@ bool OneRound(CServiceContext& context, unsigned count, int times, Figures* figu
   return true;
 }
 
-double Quantile(std::vector<double> values, double part) {
-  std::sort(values.begin(), values.end());
-  return values[static_cast<std::size_t>(part * static_cast<double>(values.size() - 1))];
-}
-
 void Print(unsigned count, const Figures& figures) {
   std::printf("%7u", count);
   for (const auto* values : {&figures.returned, &figures.first, &figures.middle, &figures.last}) {
-    std::printf("  %9.0f %9.0f", Quantile(*values, 0.5), Quantile(*values, 0.99));
+    std::printf("  %9.0f %9.0f", bench::Quantile(*values, 0.5), bench::Quantile(*values, 0.99));
   }
   std::printf("\n");
   std::fflush(stdout);
@@ -127,16 +109,8 @@ bool Measure(CServiceContext& context, unsigned count, unsigned rounds) {
   return good;
 }
 
-bool StartServer() {
-  WCHAR protocol[] = W("ncalrpc");
-  WCHAR endpoint[] = W("Hkd04a7RpcEndpoint");
-  return RpcServerUseProtseqEpW(protocol, RPC_C_PROTSEQ_MAX_REQS_DEFAULT, endpoint, nullptr) == RPC_S_OK &&
-         RpcServerRegisterIf3(Hkd04a7Rpc_v1_0_s_ifspec, nullptr, nullptr, RPC_IF_AUTOLISTEN | RPC_IF_ALLOW_LOCAL_ONLY,
-                              RPC_C_LISTEN_MAX_CALLS_DEFAULT, 0, nullptr, nullptr) == RPC_S_OK;
-}
-
 int Run(const std::vector<unsigned>& counts, unsigned rounds) {
-  if (!StartServer()) return 1;
+  if (!bench::OpenProductEndpoint()) return 1;
   CServiceContext context;
   std::printf("microseconds, median and 99th percentile of %u rounds\n", rounds);
   std::printf("clients   NotifyEvent returned      first client          middle client         last client\n");
@@ -166,11 +140,6 @@ int main(int argc, char** argv) {
   }
   if (counts.empty()) counts = {1, 100, 1000};
 
-  std::string folder = (std::filesystem::temp_directory_path() / "notify-latency-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) return 1;
-  host::UseMachineDirectory(folder);
-  host::EnsureMachineDirectory(host::CurrentMachineDirectory(), nullptr);
-  const int code = Run(counts, rounds);
-  std::filesystem::remove_all(folder);
-  return code;
+  const bench::TemporaryMachine machine;
+  return Run(counts, rounds);
 }

@@ -86,6 +86,10 @@ uintptr_t _beginthreadex(void* security, unsigned stackSize, unsigned(__stdcall*
   return reinterpret_cast<uintptr_t>(host::OpenHandle(std::move(thread), kThreadAllAccess));
 }
 
+HANDLE GetCurrentThread() {
+  return reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-2));
+}
+
 DWORD GetCurrentThreadId() {
   thread_local const DWORD id = static_cast<DWORD>(gettid());
   return id;

@@ -8,6 +8,9 @@
 uintptr_t _beginthreadex(void* security, unsigned stackSize, unsigned(__stdcall* start)(void*), void* argument,
                          unsigned flags, unsigned* threadId);
 
+// A pseudo handle that means the calling thread; it need not be closed.
+HANDLE GetCurrentThread();
+
 // The calling thread's identifier, unique among running threads.
 DWORD GetCurrentThreadId();
 

@@ -58,11 +58,12 @@ int CloseAndFail(int descriptor) {
 
 }  // namespace
 
-int ConnectUnixSocket(const std::string& path) {
+int ConnectUnixSocket(const std::string& path, const std::function<bool(int)>& prepare) {
   const SocketAddress address(path);
   if (!address.valid()) return -1;
   const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (descriptor < 0) return -1;
+  if (prepare && !prepare(descriptor)) return CloseAndFail(descriptor);
   if (connect(descriptor, address.get(), SocketAddress::size()) != 0) return CloseAndFail(descriptor);
   return descriptor;
 }

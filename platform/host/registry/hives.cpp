@@ -1,28 +1,14 @@
 #include "platform/host/registry/hives.h"
 
-#include <cstdlib>
-#include <mutex>
-
 #include "platform/host/base/error_codes.h"
 #include "platform/host/base/text.h"
+#include "platform/host/identity/process_token.h"
 #include "platform/host/registry/connection_pool.h"
 #include "platform/host/registry/key_store.h"
 #include "platform/host/registry/registry_control.h"
 
 namespace host::registry {
 namespace {
-
-constexpr char kLocalSystem[] = "S-1-5-18";
-
-struct ChosenUser {
-  std::mutex mutex;
-  std::string sid;
-};
-
-ChosenUser& TheChosenUser() {
-  static auto* user = new ChosenUser;
-  return *user;
-}
 
 DWORD LoadHive(Database& database, const KeyName& sid) {
   WriteScope scope(database);
@@ -37,14 +23,14 @@ DWORD LoadHive(Database& database, const KeyName& sid) {
 }  // namespace
 
 DWORD CheckHive(Database& database, const KeyName& sid) {
-  static const std::string localSystem = MakeKeyName(ToUtf16(kLocalSystem)).folded;
+  static const std::string localSystem = MakeKeyName(ToUtf16(kLocalSystemSid)).folded;
   if (sid.folded == localSystem) return ERROR_SUCCESS;
   const DWORD code = database.Use(Query::kHiveLoaded).BindBytes(sid.folded).Step();
   return code == kNoRow ? ERROR_FILE_NOT_FOUND : code;
 }
 
 KeyName CurrentUserHive() {
-  return MakeKeyName(ToUtf16(RegistryUser()));
+  return MakeKeyName(ToUtf16(OwnToken().userSid));
 }
 
 }  // namespace host::registry
@@ -69,20 +55,6 @@ bool IsHiveLoaded(const std::string& sid) {
   const BorrowedDatabase database;
   return database.Status() == ERROR_SUCCESS &&
          CheckHive(*database, registry::MakeKeyName(ToUtf16(sid))) == ERROR_SUCCESS;
-}
-
-void SetRegistryUser(const std::string& sid) {
-  registry::ChosenUser& user = registry::TheChosenUser();
-  std::scoped_lock lock(user.mutex);
-  user.sid = sid;
-}
-
-std::string RegistryUser() {
-  registry::ChosenUser& user = registry::TheChosenUser();
-  std::scoped_lock lock(user.mutex);
-  if (!user.sid.empty()) return user.sid;
-  const char* fromEnvironment = std::getenv("HKD04A7_USER_SID");
-  return fromEnvironment && *fromEnvironment ? fromEnvironment : registry::kLocalSystem;
 }
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// User hives: which are loaded, and whose is HKEY_CURRENT_USER.
+// User hives: which are loaded, and whose is HKEY_CURRENT_USER: that of the user of this process's token.
 #pragma once
 
 #include "platform/host/registry/database.h"

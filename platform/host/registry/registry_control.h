@@ -25,11 +25,6 @@ std::size_t OpenRegistryKeyCount();
 LSTATUS SetHiveLoaded(const std::string& sid, bool loaded);
 bool IsHiveLoaded(const std::string& sid);
 
-// The user whose hive HKEY_CURRENT_USER is: the one set here, else the environment's HKD04A7_USER_SID, else
-// LocalSystem.
-void SetRegistryUser(const std::string& sid);
-std::string RegistryUser();
-
 // Closes this process's database connections, so that a test can remove or change its machine's directory. No registry
 // call may be running; the next one opens them anew. Open key handles of the same machine stay valid.
 void CloseRegistry();

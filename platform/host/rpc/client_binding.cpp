@@ -13,7 +13,7 @@ RPC_STATUS ClientBinding::Connect(const InterfaceDescription& description,
     const RPC_STATUS found = endpoint.empty() ? LookUpEndpoint(description, endpoint) : RPC_S_OK;
     if (found != RPC_S_OK) return found;
     std::shared_ptr<ClientConnection> opened;
-    const RPC_STATUS status = ClientConnection::Open(endpoint, description, opened);
+    const RPC_STATUS status = ClientConnection::Open(endpoint, description, client_, opened);
     if (status != RPC_S_OK) return status;
     connection_ = std::move(opened);
   }

@@ -23,6 +23,7 @@ class ClientBinding {
   std::mutex lock_;
   std::string endpoint_;
   std::shared_ptr<ClientConnection> connection_;
+  const std::shared_ptr<const TokenFacts> client_ = ClientIdentityScope::Current();
 };
 
 // A binding handle points to one of these.

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "platform/host/base/machine_directory.h"
-#include "platform/host/link/unix_socket.h"
 #include "platform/host/rpc/fault_status.h"
 
 namespace host::rpc {
@@ -32,8 +31,9 @@ RPC_STATUS ConnectFailure() {
 }  // namespace
 
 RPC_STATUS ClientConnection::Open(const std::string& endpoint, const InterfaceDescription& description,
+                                  const std::shared_ptr<const TokenFacts>& client,
                                   std::shared_ptr<ClientConnection>& connection) {
-  const int socket = ConnectUnixSocket(CurrentMachineDirectory().runtime + "/ncalrpc/" + endpoint);
+  const int socket = ConnectAs(client, CurrentMachineDirectory().runtime + "/ncalrpc/" + endpoint);
   if (socket < 0) return ConnectFailure();
   Negotiated negotiated;
   PduStream stream;

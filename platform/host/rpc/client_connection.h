@@ -12,6 +12,7 @@
 
 #include "platform/host/rpc/client_call.h"
 #include "platform/host/rpc/client_handshake.h"
+#include "platform/host/rpc/client_identity.h"
 #include "platform/host/rpc/client_receiver.h"
 #include "platform/host/rpc/pdu_build.h"
 #include "platform/host/rpc/reassembly.h"
@@ -22,8 +23,9 @@ namespace host::rpc {
 class ClientConnection final : public ReceiverSource, public std::enable_shared_from_this<ClientConnection> {
  public:
   // Connects to <runtime>/ncalrpc/<endpoint> and binds. RPC_S_SERVER_UNAVAILABLE where nobody listens, or what
-  // Negotiate answers.
+  // Negotiate answers. `client` is null but where a test says who the client is.
   static RPC_STATUS Open(const std::string& endpoint, const InterfaceDescription& description,
+                         const std::shared_ptr<const TokenFacts>& client,
                          std::shared_ptr<ClientConnection>& connection);
 
   ~ClientConnection() override;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/host/base/fault_injection.h"
+#include "platform/host/identity/thread_token.h"
 #include "platform/host/rpc/fault_status.h"
 #include "platform/host/rpc/pdu_build.h"
 #include "platform/host/rpc/raised.h"
@@ -18,7 +19,11 @@ thread_local ServerCall* currentCall = nullptr;
 class CurrentCallScope {
  public:
   explicit CurrentCallScope(ServerCall* call) { currentCall = call; }
-  ~CurrentCallScope() { currentCall = nullptr; }
+  // A thread that went on as its client would serve the next one with too many rights.
+  ~CurrentCallScope() {
+    DropLeftoverThreadToken();
+    currentCall = nullptr;
+  }
   CurrentCallScope(const CurrentCallScope&) = delete;
   CurrentCallScope& operator=(const CurrentCallScope&) = delete;
 };

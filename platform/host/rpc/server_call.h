@@ -63,6 +63,9 @@ class ServerCall final : public AsyncCall, public Task, public std::enable_share
   RPC_STATUS Abort(PRPC_ASYNC_STATE asyncState, ULONG exceptionCode) override;
   RPC_STATUS TestCancel() override;
 
+  // Who has made the call; not null.
+  const std::shared_ptr<const TokenFacts>& ClientToken() const { return request_.connection->peer().token; }
+
   // The call whose routine runs on this thread, or null.
   static ServerCall* Current();
 

@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include <array>
-#include <fstream>
-#include <sstream>
-#include <string>
+#include <utility>
+
+#include "platform/host/base/process_stat.h"
+#include "platform/host/identity/process_token.h"
+#include "platform/host/rpc/client_identity.h"
 
 namespace host::rpc {
 
@@ -17,24 +19,6 @@ namespace {
 
 // Missing in older headers; newer kernels answer it.
 constexpr int kPeerPidFd = 77;
-// The start time's place in /proc/<pid>/stat, counted from the state, which follows the program name.
-constexpr int kFieldsBeforeStartTime = 19;
-
-std::optional<std::uint64_t> StartTime(pid_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-  std::string line;
-  if (!std::getline(file, line)) return std::nullopt;
-  // The name may itself hold brackets and blanks.
-  const auto nameEnd = line.rfind(')');
-  if (nameEnd == std::string::npos) return std::nullopt;
-  std::istringstream fields(line.substr(nameEnd + 1));
-  std::string skipped;
-  for (int i = 0; i < kFieldsBeforeStartTime; ++i) fields >> skipped;
-  std::uint64_t startTime = 0;
-  if (!(fields >> startTime)) return std::nullopt;
-  return startTime;
-}
-
 // A descriptor of the peer process, or -1.
 int OpenPeer(int socket, pid_t pid) {
   int descriptor = -1;
@@ -46,6 +30,15 @@ int OpenPeer(int socket, pid_t pid) {
 bool HasEnded(int process) {
   pollfd ended{process, POLLIN, 0};
   return poll(&ended, 1, 0) != 0;
+}
+
+// The token of the process, or of the client that a test has within this very one. Null when the process has ended.
+std::shared_ptr<const TokenFacts> TokenOfPeer(int socket, pid_t pid) {
+  if (pid == getpid()) {
+    if (auto told = TakeClientIdentity(socket)) return told;
+  }
+  const auto token = TokenOfProcess(pid);
+  return token ? std::make_shared<const TokenFacts>(*token) : nullptr;
 }
 
 // The connection, the peer's process and one file about it.
@@ -69,15 +62,16 @@ std::optional<Peer> LookUpPeer(int socket) {
     return std::nullopt;
 
   // Without the peer's own descriptor the number may be a later process's by now: then the time before and after
-  // opening it, and its being alive, say that all three mean the same process.
-  const auto before = StartTime(credentials.pid);
+  // opening it, and its being alive at the end, say that all of them mean the same process.
+  const std::uint64_t before = ProcessStartTime(credentials.pid);
   const int process = OpenPeer(socket, credentials.pid);
   if (process < 0) return std::nullopt;
-  const auto after = StartTime(credentials.pid);
+  const std::uint64_t after = ProcessStartTime(credentials.pid);
+  auto token = TokenOfPeer(socket, credentials.pid);
   const bool ended = HasEnded(process);
   close(process);
-  if (ended || !before || before != after) return std::nullopt;
-  return Peer{credentials.pid, credentials.uid, *after};
+  if (ended || token == nullptr || before == 0 || before != after) return std::nullopt;
+  return Peer{credentials.pid, credentials.uid, after, std::move(token)};
 }
 
 }  // namespace host::rpc

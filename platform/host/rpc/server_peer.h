@@ -4,7 +4,10 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
+
+#include "platform/host/identity/token_facts.h"
 
 namespace host::rpc {
 
@@ -13,11 +16,12 @@ struct Peer {
   pid_t pid = 0;
   uid_t user = 0;
   std::uint64_t startTime = 0;
+  std::shared_ptr<const TokenFacts> token;  // as it was when the connection was accepted
 
   bool SameProcess(const Peer& other) const { return pid == other.pid && startTime == other.startTime; }
 };
 
-// The process that connected `socket`. Empty when it has ended already or cannot be told.
+// The process that connected `socket`, with its token. Empty when it has ended already or cannot be told.
 std::optional<Peer> LookUpPeer(int socket);
 
 // Whether this process can open what LookUpPeer opens, and the connection itself: a client that is accepted without

@@ -7,6 +7,9 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/host/base/access_rights.h"
+#include "platform/host/security/sddl.h"
+
 namespace host::rpc {
 
 namespace {
@@ -176,18 +179,16 @@ void ServerRuntime::HandleEvent(std::uint64_t id, std::uint32_t events) {
 }
 
 void ServerRuntime::AcceptFrom(std::uint64_t listener) {
-  int listening = -1;
-  std::string endpoint;
+  ServerEndpoint endpoint;
   {
     std::lock_guard guard(lock_);
     const auto found = endpoints_.find(listener);
     if (found == endpoints_.end()) return;
-    listening = found->second.socket;
-    endpoint = found->second.name;
+    endpoint = found->second;
   }
   for (int i = 0; i < kAcceptsAtOnce; ++i) {
-    if (!CanLookUpPeer(listening)) return PauseAccepting(true);
-    const int socket = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (!CanLookUpPeer(endpoint.socket)) return PauseAccepting(true);
+    const int socket = accept4(endpoint.socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (socket >= 0) {
       AcceptOne(socket, endpoint);
     } else if (OutOfDescriptors(errno)) {
@@ -198,17 +199,19 @@ void ServerRuntime::AcceptFrom(std::uint64_t listener) {
   }
 }
 
-// The one place where a connection is admitted: its client is looked up here, and never again.
-void ServerRuntime::AcceptOne(int socket, const std::string& endpoint) {
+// The one place where a connection is admitted: its client is looked up here, and never again. A client that the
+// endpoint's descriptor keeps out is heard once, for an answer that tells it so.
+void ServerRuntime::AcceptOne(int socket, const ServerEndpoint& endpoint) {
   const auto peer = LookUpPeer(socket);
   if (!peer) {
     close(socket);
     return;
   }
+  const bool admitted = AccessGranted(endpoint.descriptor, IdentityOf(*peer->token), GENERIC_ALL);
   auto connection = std::make_shared<ServerConnection>(TakeId(), socket, *peer, epoll_);
   if (!connection->Watch()) return;
   std::lock_guard guard(lock_);
-  sessions_.emplace(connection->id(), std::make_shared<ServerSession>(tables_, connection, endpoint));
+  sessions_.emplace(connection->id(), std::make_shared<ServerSession>(tables_, connection, endpoint.name, admitted));
 }
 
 std::uint64_t ServerRuntime::TakeId() {

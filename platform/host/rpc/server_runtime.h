@@ -55,7 +55,7 @@ class ServerRuntime final : public TaskSource {
   void Poll(int timeout);
   void HandleEvent(std::uint64_t id, std::uint32_t events);
   void AcceptFrom(std::uint64_t listener);
-  void AcceptOne(int socket, const std::string& endpoint);
+  void AcceptOne(int socket, const ServerEndpoint& endpoint);
   std::uint64_t TakeId();
   void PauseAccepting(bool pause);
   void Queue(const std::shared_ptr<ServerSession>& session);

@@ -6,8 +6,8 @@
 namespace host::rpc {
 
 ServerSession::ServerSession(const ServerTables& tables, std::shared_ptr<ServerConnection> connection,
-                             std::string endpoint)
-    : tables_(tables), connection_(std::move(connection)), endpoint_(std::move(endpoint)) {}
+                             std::string endpoint, bool admitted)
+    : tables_(tables), connection_(std::move(connection)), endpoint_(std::move(endpoint)), admitted_(admitted) {}
 
 void ServerSession::Receive() {
   if (inputEnded_) return;
@@ -41,6 +41,11 @@ std::shared_ptr<Task> ServerSession::End() {
 }
 
 std::shared_ptr<Task> ServerSession::Handle(const PduHeader& header, std::span<const std::byte> pdu) {
+  if (!admitted_) {
+    Fault(header.callId, 0, kFaultAccessDenied);
+    over_ = true;
+    return nullptr;
+  }
   switch (header.type) {
     case PduType::Bind:
     case PduType::AlterContext:

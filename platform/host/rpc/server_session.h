@@ -20,7 +20,10 @@ inline constexpr Reassembly::Limits kPartialLimits{1u << 20, 4};
 
 class ServerSession {
  public:
-  ServerSession(const ServerTables& tables, std::shared_ptr<ServerConnection> connection, std::string endpoint);
+  // `admitted` false: the client may not use the endpoint. Whatever it begins with is answered with a fault that says
+  // so, and ends the connection.
+  ServerSession(const ServerTables& tables, std::shared_ptr<ServerConnection> connection, std::string endpoint,
+                bool admitted);
 
   ServerConnection& connection() const { return *connection_; }
 
@@ -58,6 +61,7 @@ class ServerSession {
   const ServerTables tables_;
   const std::shared_ptr<ServerConnection> connection_;
   const std::string endpoint_;
+  const bool admitted_;
   std::shared_ptr<Association> association_;
   PresentationContexts contexts_;
   std::uint16_t maxFragment_ = kMinFragment;

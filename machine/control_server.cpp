@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-#include "machine/process_identity.h"
+#include "platform/host/base/process_stat.h"
 #include "platform/host/link/unix_socket.h"
 
 namespace machine {
@@ -23,7 +23,7 @@ bool LookUpPeer(int socket, Peer* peer) {
   socklen_t size = sizeof(credentials);
   if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) return false;
   peer->pid = credentials.pid;
-  peer->startTime = ProcessStartTime(credentials.pid);
+  peer->startTime = host::ProcessStartTime(credentials.pid);
   return true;
 }
 

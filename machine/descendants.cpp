@@ -4,41 +4,23 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <map>
-#include <string>
+#include <optional>
+
+#include "platform/host/base/process_stat.h"
 
 namespace machine {
 
 namespace {
-
-struct ProcessLine {
-  char state = 0;
-  pid_t parent = 0;
-};
-
-bool ReadProcessLine(const std::string& pid, ProcessLine* process) {
-  std::ifstream file("/proc/" + pid + "/stat");
-  std::string line;
-  if (!std::getline(file, line)) return false;
-  const std::size_t nameEnd = line.rfind(')');
-  if (nameEnd == std::string::npos || nameEnd + 4 > line.size()) return false;
-  process->state = line[nameEnd + 2];
-  process->parent = static_cast<pid_t>(std::strtol(line.c_str() + nameEnd + 4, nullptr, 10));
-  return true;
-}
 
 std::multimap<pid_t, pid_t> ChildrenByParent() {
   std::multimap<pid_t, pid_t> children;
   DIR* const folder = opendir("/proc");
   if (folder == nullptr) return children;
   while (const dirent* entry = readdir(folder)) {
-    const std::string name = entry->d_name;
-    ProcessLine process;
-    if (name.find_first_not_of("0123456789") != std::string::npos || !ReadProcessLine(name, &process)) continue;
-    if (process.state != 'Z' && process.state != 'X') {
-      children.emplace(process.parent, static_cast<pid_t>(std::strtol(name.c_str(), nullptr, 10)));
-    }
+    const auto pid = static_cast<pid_t>(std::strtol(entry->d_name, nullptr, 10));
+    const auto process = pid > 0 ? host::ReadProcessStat(pid) : std::nullopt;
+    if (process && process->state != 'Z' && process->state != 'X') children.emplace(process->parent, pid);
   }
   closedir(folder);
   return children;

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "platform/host/base/error_codes.h"
+#include "platform/host/base/process_stat.h"
 
 namespace machine {
 
@@ -33,12 +33,8 @@ bool HasBusyThread(pid_t pid) {
   const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
   for (const auto& task : std::filesystem::directory_iterator(tasks, error)) {
     if (task.path().filename() == std::to_string(gettid())) continue;
-    std::ifstream in(task.path() / "stat");
-    std::string line;
-    std::getline(in, line);
-    // "pid (name) state ...", where the name may hold anything.
-    const std::size_t name = line.rfind(") ");
-    if (name != std::string::npos && (line[name + 2] == 'R' || line[name + 2] == 'D')) return true;
+    const auto thread = host::ReadStatFile(task.path() / "stat");
+    if (thread && (thread->state == 'R' || thread->state == 'D')) return true;
   }
   return false;
 }

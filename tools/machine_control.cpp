@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
 
 #include "platform/host/base/error_codes.h"
+#include "platform/host/base/process_stat.h"
 #include "platform/host/link/machine_link.h"
 #include "tools/child_process.h"
 #include "tools/exit_codes.h"
@@ -64,11 +64,8 @@ bool StartIsOver() {
 
 // A process that has ended but that its parent has not collected counts as gone.
 bool ProcessIsGone(pid_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-  std::string stat;
-  if (!std::getline(file, stat)) return true;
-  const auto name = stat.rfind(')');
-  return name == std::string::npos || stat.compare(name, 3, ") Z") == 0;
+  const auto process = host::ReadProcessStat(pid);
+  return !process || process->state == 'Z';
 }
 
 }  // namespace

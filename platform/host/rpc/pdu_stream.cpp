@@ -1,21 +1,34 @@
 #include "platform/host/rpc/pdu_stream.h"
 
-#include <algorithm>
+#include <array>
 
 namespace host::rpc {
 
+namespace {
+
+// What a stream keeps of its memory when it is empty: enough for the requests that clients make all day.
+constexpr std::size_t kKept = 512;
+
+}  // namespace
+
 std::span<std::byte> PduStream::Room() {
-  constexpr std::size_t kRoom = 2 * kMaxFragment;
-  std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_), buffer_.begin() + static_cast<std::ptrdiff_t>(end_),
-            buffer_.begin());
-  end_ -= begin_;
+  thread_local std::array<std::byte, std::size_t{2} * kMaxFragment> room;
+  return room;
+}
+
+void PduStream::Filled(std::size_t count) {
+  const auto received = Room().first(count);
+  buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(begin_));
   begin_ = 0;
-  if (buffer_.size() < end_ + kMaxFragment) buffer_.resize(end_ + kRoom);
-  return std::span(buffer_).subspan(end_);
+  buffer_.insert(buffer_.end(), received.begin(), received.end());
 }
 
 PduStream::Outcome PduStream::Next(Item& item) {
-  const auto bytes = std::span<const std::byte>(buffer_).subspan(begin_, end_ - begin_);
+  const auto bytes = std::span<const std::byte>(buffer_).subspan(begin_);
+  if (bytes.empty() && buffer_.capacity() > kKept) {
+    buffer_ = {};
+    begin_ = 0;
+  }
   if (bytes.size() < kHeaderSize) return Outcome::Incomplete;
   item.error = ParseHeader(bytes.first<kHeaderSize>(), item.header);
   if (item.error) return Outcome::Refused;

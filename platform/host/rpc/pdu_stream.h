@@ -9,28 +9,28 @@
 
 namespace host::rpc {
 
-// Not thread safe. Holds at most one PDU and what was received with it.
+// Not thread safe. Holds at most one PDU and what was received with it; next to nothing while nothing is underway.
 class PduStream {
  public:
   enum class Outcome : std::uint8_t { Pdu, Incomplete, Refused };
 
   struct Item {
     PduHeader header;
-    std::span<const std::byte> pdu;  // the whole PDU; good until the next call of Room
+    std::span<const std::byte> pdu;  // the whole PDU; good until the next call of Filled or Next
     PduError error;                  // with Refused: what to answer; nothing more can be cut from this stream
   };
 
-  // Where to receive into: at least kMaxFragment bytes. Then tell with Filled how many came.
-  std::span<std::byte> Room();
-  void Filled(std::size_t count) { end_ += count; }
+  // Where to receive into: at least kMaxFragment bytes, of the calling thread and shared by all its streams. Then tell
+  // with Filled how many came, on the same thread and before any other stream is asked.
+  static std::span<std::byte> Room();
+  void Filled(std::size_t count);
 
   // Takes the next PDU off.
   Outcome Next(Item& item);
 
  private:
   std::vector<std::byte> buffer_;
-  std::size_t begin_ = 0;
-  std::size_t end_ = 0;
+  std::size_t begin_ = 0;  // of what has not been taken off yet
 };
 
 }  // namespace host::rpc

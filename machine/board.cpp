@@ -46,6 +46,7 @@ Board::Board(Loop& loop, const Options& options, std::unique_ptr<Device> device,
       services_(loop, processes_, options.directory.state + "/services.json", options.launcher),
       users_(options.directory.state + "/users.json"),
       sessions_(options.directory.runtime + "/sessions.json"),
+      sessionProcesses_(options.directory.runtime, sessions_),
       sessionOperations_(sessions_, users_, services_),
       power_(services_),
       events_(std::move(eventMap)),
@@ -55,6 +56,7 @@ Board::Board(Loop& loop, const Options& options, std::unique_ptr<Device> device,
 
 bool Board::BringUp(std::string* error) {
   if (!services_.Load(error) || !users_.Load(error)) return false;
+  if (!BootDevices(error)) return false;
   AddOperations();
   sessions_.Boot();
   if (!server_.Listen(directory_.runtime + "/control", error)) return false;
@@ -65,6 +67,7 @@ bool Board::BringUp(std::string* error) {
 void Board::AddOperations() {
   services_.AddOperations(operations_);
   sessionOperations_.Add(operations_);
+  sessionProcesses_.AddOperations(operations_);
   power_.AddOperations(operations_);
   endpoints_.AddOperations(operations_);
   settle_.AddOperations(operations_);
@@ -104,7 +107,8 @@ void Board::FinishReboot(const std::shared_ptr<Connection>& caller, const Respon
   server_.CloseConnections(caller.get());
   caller->ReleaseHoldings();
   std::string error;
-  const bool cleared = ClearRuntime(directory_, &error);
+  const bool cleared = ClearRuntime(directory_, &error) && BootDevices(&error);
+  sessionProcesses_.Boot();
   sessions_.Boot();
   power_.Boot();
   ++boots_;
@@ -120,8 +124,7 @@ void Board::FinishReboot(const std::shared_ptr<Connection>& caller, const Respon
 host::Identity Board::IdentityOf(const Connection& connection) const {
   const pid_t pid = connection.peer().pid;
   if (pid == getpid()) return {kLocalSystemSid, true, false, {}};
-  const Token token = processes_.TokenOf(pid).value_or(OutsideToken(sessions_));
-  return {token.userSid, token.system, token.appContainer, token.capabilities};
+  return host::IdentityOf(processes_.TokenOf(pid).value_or(OutsideToken(sessions_)));
 }
 
 void Board::TellStatus(const Responder& responder) {

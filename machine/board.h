@@ -20,6 +20,7 @@
 #include "machine/rpc_survey.h"
 #include "machine/service_manager.h"
 #include "machine/session_operations.h"
+#include "machine/session_processes.h"
 #include "machine/sessions.h"
 #include "machine/settle.h"
 #include "machine/user_store.h"
@@ -61,6 +62,7 @@ class Board {
   ServiceManager services_;
   UserStore users_;
   Sessions sessions_;
+  SessionProcesses sessionProcesses_;
   SessionOperations sessionOperations_;
   Power power_;
   EndpointMap endpoints_;

@@ -10,6 +10,7 @@
 #include <system_error>
 #include <vector>
 
+#include "platform/host/devices/device_tree.h"
 #include "platform/host/registry/registry_control.h"
 
 namespace machine {
@@ -40,6 +41,13 @@ bool ClearRuntime(const host::MachineDirectory& directory, std::string* error) {
   if (code == 0) return true;
   *error = "the registry (" + directory.state + "/registry.db, " + directory.runtime + "/" +
            std::string(kVolatileRegistry) + ") cannot be used, error " + std::to_string(code);
+  return false;
+}
+
+bool BootDevices(std::string* error) {
+  const DWORD code = host::BootDeviceNodes();
+  if (code == 0) return true;
+  *error = "the device nodes cannot be written to the registry, error " + std::to_string(code);
   return false;
 }
 

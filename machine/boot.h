@@ -12,6 +12,10 @@ namespace machine {
 // process of the machine runs. False, with a sentence in `error`, when the registry cannot be cleared.
 bool ClearRuntime(const host::MachineDirectory& directory, std::string* error);
 
+// Makes the machine's device nodes present, after the clearing. False, with a sentence in `error`, when the registry
+// refuses.
+bool BootDevices(std::string* error);
+
 // Empties the logs, for a machine that comes up anew.
 void EmptyLogs(const host::MachineDirectory& directory);
 

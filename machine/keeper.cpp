@@ -30,14 +30,15 @@ namespace {
 constexpr milliseconds kGrace{1500};
 constexpr milliseconds kKillInterval{50};
 
-// "NAME=value" lines of this process with the members of `changes` over them.
-std::vector<std::string> Environment(const json& changes) {
+// "NAME=value" lines as they are given, or those of this process with the members of `given` over them.
+std::vector<std::string> Environment(const json& given) {
+  if (given.is_array()) return given.get<std::vector<std::string>>();
   std::vector<std::string> lines;
   for (char** line = environ; *line != nullptr; ++line) {
     const std::string text = *line;
-    if (!changes.contains(text.substr(0, text.find('=')))) lines.push_back(text);
+    if (!given.contains(text.substr(0, text.find('=')))) lines.push_back(text);
   }
-  for (const auto& [name, value] : changes.items()) lines.push_back(name + "=" + value.get<std::string>());
+  for (const auto& [name, value] : given.items()) lines.push_back(name + "=" + value.get<std::string>());
   return lines;
 }
 
@@ -46,6 +47,8 @@ ChildProgram ReadProgram(const json& request) {
   program.path = request.at("program").get<std::string>();
   program.arguments = request.at("arguments").get<std::vector<std::string>>();
   program.environment = Environment(request.at("environment"));
+  program.directory = request.at("directory").get<std::string>();
+  program.belowNormal = request.at("belowNormal").get<bool>();
   program.output = request.at("output").get<std::string>();
   program.errorOutput = request.at("errorOutput").get<std::string>();
   return program;

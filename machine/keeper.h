@@ -2,7 +2,9 @@
 //
 // It is the subreaper of the program, so that whatever the program starts stays below it, and it ends all of them when
 // the daemon tells it to, or has gone. It talks over one socket:
-//   daemon to keeper: {"program","arguments","environment","output","errorOutput"}, then {"go"}; later {"end"}
+//   daemon to keeper: {"program","arguments","environment","directory","belowNormal","output","errorOutput"}; the
+//                     arguments begin with what the program is called, the environment is a list of all "NAME=value" or
+//                     an object of changes to the keeper's own; then {"go"}; later {"end"}
 //   keeper to daemon: {"child":pid}, then {"failed":errno} or {"running"}; then {"exited":code} or {"signalled":number}
 // and goes, closing the socket, when nothing is left below it. The child does not run the program before "go", which
 // the daemon sends once it has entered the child in the process table.

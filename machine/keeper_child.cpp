@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,9 @@
 namespace machine {
 
 namespace {
+
+// The nice value of a program below normal priority.
+constexpr int kBelowNormal = 5;
 
 bool MakePipe(UniqueDescriptor* readEnd, UniqueDescriptor* writeEnd) {
   int ends[2];
@@ -54,7 +58,9 @@ void ResetSignals() {
   setsid();
   char word = 0;
   if (read(go, &word, 1) != 1) _exit(127);
-  if (RedirectStreams(program)) {
+  const bool placed = program.directory.empty() || chdir(program.directory.c_str()) == 0;
+  if (placed && RedirectStreams(program)) {
+    if (program.belowNormal) setpriority(PRIO_PROCESS, 0, kBelowNormal);
     ResetSignals();
     execve(program.path.c_str(), arguments, environment);
   }
@@ -69,9 +75,7 @@ bool KeeperChild::Fork(const ChildProgram& program) {
   UniqueDescriptor goRead;
   UniqueDescriptor resultWrite;
   if (!MakePipe(&goRead, &go_) || !MakePipe(&result_, &resultWrite)) return false;
-  std::vector<std::string> command = {program.path};
-  command.insert(command.end(), program.arguments.begin(), program.arguments.end());
-  const std::vector<char*> arguments = Pointers(command);
+  const std::vector<char*> arguments = Pointers(program.arguments);
   const std::vector<char*> environment = Pointers(program.environment);
   const pid_t keeper = getpid();
   pid_ = fork();

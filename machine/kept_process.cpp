@@ -9,13 +9,14 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "machine/json_file.h"
 #include "machine/keeper.h"
-#include "machine/process_identity.h"
 #include "platform/host/base/error_codes.h"
+#include "platform/host/base/process_stat.h"
 
 extern char** environ;
 
@@ -78,8 +79,9 @@ class KeeperSpawn {
 
 }  // namespace
 
-KeptProcess::KeptProcess(ProcessTable& table, ProcessRequest request, ProcessTable::Observer observer)
-    : table_(table), request_(std::move(request)), observer_(std::move(observer)) {}
+KeptProcess::KeptProcess(ProcessTable& table, std::uint64_t number, ProcessRequest request,
+                         ProcessTable::Observer observer)
+    : table_(table), number_(number), request_(std::move(request)), observer_(std::move(observer)) {}
 
 KeptProcess::~KeptProcess() {
   if (channel_) table_.loop_.Unwatch(channel_->descriptor());
@@ -104,14 +106,24 @@ bool KeptProcess::SpawnKeeper(int socket) {
 }
 
 json KeptProcess::KeeperRequest() const {
-  json environment = json{{"HKD04A7_USER_SID", request_.token.userSid}};
-  if (!table_.settings_.machineRoot.empty()) environment["HKD04A7_MACHINE"] = table_.settings_.machineRoot;
   const std::string log = table_.settings_.runtimeFolder + "/output.log";
+  std::vector<std::string> arguments = {request_.calledAs.empty() ? request_.program : request_.calledAs};
+  arguments.insert(arguments.end(), request_.arguments.begin(), request_.arguments.end());
   return json{{"program", request_.program},
-              {"arguments", request_.arguments},
-              {"environment", environment},
+              {"arguments", arguments},
+              {"environment", Environment()},
+              {"directory", request_.directory},
+              {"belowNormal", request_.belowNormal},
               {"output", request_.output.empty() ? log : request_.output},
               {"errorOutput", request_.errorOutput.empty() ? log : request_.errorOutput}};
+}
+
+// All of it as a list, or what is different from the daemon's as an object.
+json KeptProcess::Environment() const {
+  if (request_.environment) return *request_.environment;
+  json changes = json{{"HKD04A7_USER_SID", request_.token.userSid}};
+  if (!table_.settings_.machineRoot.empty()) changes["HKD04A7_MACHINE"] = table_.settings_.machineRoot;
+  return changes;
 }
 
 void KeptProcess::Terminate() {
@@ -120,10 +132,12 @@ void KeptProcess::Terminate() {
 }
 
 json KeptProcess::Row() const {
-  return json{{"pid", pid_},
-              {"startTime", ProcessStartTime(pid_)},
+  return json{{"number", number_},
+              {"pid", pid_},
+              {"startTime", host::ProcessStartTime(pid_)},
               {"program", request_.program},
               {"arguments", request_.arguments},
+              {"commandLine", request_.commandLine},
               {"keeper", keeper_},
               {"token", ToJson(request_.token)},
               {"state", over_ ? "ended" : "running"}};
@@ -150,6 +164,7 @@ void KeptProcess::HandleMessage(const json& message) {
 void KeptProcess::EnterChild(pid_t child) {
   pid_ = child;
   Publish(child);
+  table_.history_.Add(number_, {request_, child, host::ProcessStartTime(child), std::nullopt, {}});
   observer_.entered(child);
   channel_->Send(json{{"go", true}});
 }
@@ -157,12 +172,14 @@ void KeptProcess::EnterChild(pid_t child) {
 void KeptProcess::FailStart(DWORD error, const std::string& message) {
   over_ = true;
   if (pid_ > 0) Withdraw(pid_);
+  table_.history_.Remove(number_);
   if (const auto started = std::exchange(observer_.started, nullptr)) started(error, message);
 }
 
 void KeptProcess::End(const ProcessEnd& end) {
   if (std::exchange(over_, true)) return;
   Withdraw(pid_);
+  table_.history_.End(number_, end);
   observer_.ended(end);
 }
 
@@ -177,8 +194,9 @@ void KeptProcess::HandleKeeperGone() {
 
 void KeptProcess::Publish(pid_t pid) const {
   json row = json{{"pid", pid},
-                  {"startTime", ProcessStartTime(pid)},
+                  {"startTime", host::ProcessStartTime(pid)},
                   {"program", request_.program},
+                  {"name", std::filesystem::path(request_.program).filename().string()},
                   {"token", ToJson(request_.token)},
                   {"role", pid == keeper_ ? "keeper" : "program"}};
   WriteJsonFile(table_.settings_.runtimeFolder + "/processes/" + std::to_string(pid), row, false, nullptr);

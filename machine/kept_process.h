@@ -13,7 +13,7 @@ namespace machine {
 
 class KeptProcess : public std::enable_shared_from_this<KeptProcess> {
  public:
-  KeptProcess(ProcessTable& table, ProcessRequest request, ProcessTable::Observer observer);
+  KeptProcess(ProcessTable& table, std::uint64_t number, ProcessRequest request, ProcessTable::Observer observer);
   ~KeptProcess();
   KeptProcess(const KeptProcess&) = delete;
   KeptProcess& operator=(const KeptProcess&) = delete;
@@ -31,6 +31,7 @@ class KeptProcess : public std::enable_shared_from_this<KeptProcess> {
  private:
   bool SpawnKeeper(int socket);
   nlohmann::json KeeperRequest() const;
+  nlohmann::json Environment() const;
   void HandleKeeper();
   void HandleMessage(const nlohmann::json& message);
   void EnterChild(pid_t child);
@@ -41,6 +42,7 @@ class KeptProcess : public std::enable_shared_from_this<KeptProcess> {
   void Withdraw(pid_t pid) const;
 
   ProcessTable& table_;
+  const std::uint64_t number_;
   const ProcessRequest request_;
   ProcessTable::Observer observer_;
   std::optional<FrameChannel> channel_;

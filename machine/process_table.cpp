@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "machine/kept_process.h"
-#include "machine/process_identity.h"
 #include "platform/host/base/error_codes.h"
+#include "platform/host/base/process_stat.h"
 
 namespace machine {
 
@@ -21,19 +21,26 @@ std::string Describe(const ProcessEnd& end) {
   return "exit status " + std::to_string(end.value);
 }
 
+DWORD ExitCode(const ProcessEnd& end) {
+  constexpr int kBySignal = 128;
+  return static_cast<DWORD>(end.signalled ? kBySignal + end.value : end.value);
+}
+
 ProcessTable::ProcessTable(Loop& loop, Settings settings) : loop_(loop), settings_(std::move(settings)) {}
 
 ProcessTable::~ProcessTable() = default;
 
-void ProcessTable::Launch(const ProcessRequest& request, Observer observer) {
+std::uint64_t ProcessTable::Launch(const ProcessRequest& request, Observer observer) {
   mkdir((settings_.runtimeFolder + "/processes").c_str(), 0700);
-  const auto process = std::make_shared<KeptProcess>(*this, request, observer);
+  const std::uint64_t number = nextNumber_++;
+  const auto process = std::make_shared<KeptProcess>(*this, number, request, observer);
   if (process->Begin()) {
     processes_[process.get()] = process;
-    return;
+    return number;
   }
   const std::string reason = "cannot start the keeper " + settings_.keeperProgram + ": " + std::strerror(errno);
   loop_.Post([started = observer.started, reason] { started(ERROR_NOT_ENOUGH_MEMORY, reason); });
+  return number;
 }
 
 bool ProcessTable::Terminate(pid_t pid) {
@@ -55,7 +62,7 @@ void ProcessTable::TerminateAll(std::function<void()> done) {
 }
 
 std::optional<Token> ProcessTable::TokenOf(pid_t pid) const {
-  for (pid_t ancestor = pid; ancestor > 1; ancestor = ParentProcess(ancestor)) {
+  for (pid_t ancestor = pid; ancestor > 1; ancestor = host::ParentProcess(ancestor)) {
     for (const auto& [key, process] : processes_) {
       if (process->Covers(ancestor)) return process->token();
     }

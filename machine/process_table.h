@@ -12,28 +12,10 @@
 #include <vector>
 
 #include "machine/loop.h"
-#include "machine/token.h"
-#include "platform/host/base/types.h"
+#include "machine/process_history.h"
+#include "machine/process_request.h"
 
 namespace machine {
-
-struct ProcessRequest {
-  std::string program;  // an absolute path
-  std::vector<std::string> arguments;
-  Token token;
-  // Files that take standard output and error; empty: the machine's output.log. What cannot be opened at once (a fifo
-  // that nobody reads) fails the start.
-  std::string output;
-  std::string errorOutput;
-};
-
-// How a program ended.
-struct ProcessEnd {
-  bool signalled = false;
-  int value = 0;  // exit status, or the number of the signal
-};
-
-std::string Describe(const ProcessEnd& end);
 
 class KeptProcess;
 
@@ -58,8 +40,8 @@ class ProcessTable {
   // Every process has ended by then, or is left to its keeper, which ends it.
   ~ProcessTable();
 
-  // The observer is called later, never from within.
-  void Launch(const ProcessRequest& request, Observer observer);
+  // The observer is called later, never from within. The program's number, which is never used again.
+  std::uint64_t Launch(const ProcessRequest& request, Observer observer);
 
   // Ends the program and everything below it, in good part first. Harmless for an unknown pid: false.
   bool Terminate(pid_t pid);
@@ -74,6 +56,9 @@ class ProcessTable {
   nlohmann::json Rows() const;
   bool empty() const { return processes_.empty(); }
 
+  // Programs from the moment on at which they are about to run.
+  ProcessHistory& history() { return history_; }
+
  private:
   friend class KeptProcess;
   void Remove(KeptProcess* process);
@@ -82,6 +67,8 @@ class ProcessTable {
   const Settings settings_;
   std::map<KeptProcess*, std::shared_ptr<KeptProcess>> processes_;
   std::vector<std::function<void()>> whenEmpty_;
+  ProcessHistory history_;
+  std::uint64_t nextNumber_ = 1;
 };
 
 }  // namespace machine

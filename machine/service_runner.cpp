@@ -78,7 +78,11 @@ void ServiceRunner::LaunchProcess(const std::shared_ptr<Service>& service, const
     if (service->instance == instance) FailStart(*service, error, message);
   };
   observer.ended = [this, service, instance](const ProcessEnd& end) { HandleEnd(*service, instance, Describe(end)); };
-  processes_.Launch(ProcessRequest{launch.program, launch.arguments, SystemToken()}, std::move(observer));
+  ProcessRequest request;
+  request.program = launch.program;
+  request.arguments = launch.arguments;
+  request.token = SystemToken();
+  processes_.Launch(request, std::move(observer));
 }
 
 void ServiceRunner::AwaitDispatcher(const std::shared_ptr<Service>& service) {

@@ -120,6 +120,7 @@ json Sessions::Report() const {
 }
 
 void Sessions::Publish() const {
+  if (listener_) listener_();
   WriteJsonFile(path_, Report(), false, nullptr);
 }
 

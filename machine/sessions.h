@@ -4,10 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace machine {
@@ -44,6 +46,9 @@ class Sessions {
  public:
   explicit Sessions(std::string path) : path_(std::move(path)) { Boot(); }
 
+  // `listener` is called at every change, before it is published.
+  void OnChange(std::function<void()> listener) { listener_ = std::move(listener); }
+
   // Session 0, and the console's session 1 with nobody logged on.
   void Boot();
 
@@ -62,14 +67,15 @@ class Sessions {
   bool IsLoggedOn(const std::string& sid) const;
 
   nlohmann::json Report() const;
-  // Writes the file; a failure is ignored, the next change writes again.
-  void Publish() const;
 
  private:
   std::uint32_t NewSession();
+  // Writes the file; a failure is ignored, the next change writes again.
+  void Publish() const;
   void LeaveConsole(std::vector<SessionChange>* changes);
 
   const std::string path_;
+  std::function<void()> listener_;
   std::map<std::uint32_t, Session> sessions_;
   std::uint32_t console_ = kNoSession;
   std::uint32_t next_ = 1;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "common/handles.h"
+#include "platform/host/rpc/client_identity.h"
 #include "platform/rpc_client.h"
 #include "platform/sync.h"
 
@@ -13,6 +14,13 @@ constexpr DWORD kTenSeconds = 10000;
 
 DWORD Outcome(RPC_STATUS status, HRESULT result) {
   return static_cast<DWORD>(status != RPC_S_OK ? status : result);
+}
+
+handle_t MakeBinding() {
+  WCHAR text[] = W("ncalrpc:[Hkd04a7RpcEndpoint]");
+  handle_t binding = nullptr;
+  EXPECT_EQ(RpcBindingFromStringBindingW(reinterpret_cast<RPC_WSTR>(text), &binding), RPC_S_OK);
+  return binding;
 }
 
 }  // namespace
@@ -66,9 +74,11 @@ bool Wait::IsOutstanding() {
   return WaitForSingleObject(state_->done.Get(), 0) == WAIT_TIMEOUT;
 }
 
-RpcClient::RpcClient() {
-  WCHAR text[] = W("ncalrpc:[Hkd04a7RpcEndpoint]");
-  EXPECT_EQ(RpcBindingFromStringBindingW(reinterpret_cast<RPC_WSTR>(text), &binding_), RPC_S_OK);
+RpcClient::RpcClient() : binding_(MakeBinding()) {}
+
+RpcClient::RpcClient(const host::TokenFacts& caller) {
+  const host::rpc::ClientIdentityScope scope(caller);
+  binding_ = MakeBinding();
 }
 
 RpcClient::~RpcClient() {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/host/identity/token_facts.h"
 #include "platform/rpc.h"
 #include "platform/rpc_interface.h"
 
@@ -40,7 +41,10 @@ class Wait {
 // A connection with at most one subscription.
 class RpcClient {
  public:
+  // Of this process, seen as one from outside the machine.
   RpcClient();
+  // Of a process with that token. Context handles got over the binding stay that process's.
+  explicit RpcClient(const host::TokenFacts& caller);
   // Destroys the subscription if there is one and gives the connection up.
   ~RpcClient();
   RpcClient(const RpcClient&) = delete;

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 
+#include "platform/host/identity/process_token.h"
 #include "platform/services.h"
 #include "service/entry_point.h"
 #include "tests/support/registry_values.h"
@@ -42,6 +43,7 @@ ServiceProcess::ServiceProcess()
         });
         return 0u;
       }) {
+  host::SetOwnToken(host::SystemToken());
   SetNumber(kProductKey, W("EnableLog"), 1);
   Device().SetFunction101CCount(kLast101CIndex);
   EXPECT_EQ(machine_.Call("service.create", {{"name", kService}, {"program", "inside"}, {"startType", 3}}), 0u);

@@ -12,7 +12,8 @@
 namespace support {
 
 // The machine with the service configured and its log switched on, but not started. The service is the whole product
-// from its entry on; its "process" is a thread. Stopped at the end if it runs.
+// from its entry on; its "process" is a thread, and this process stands for it: LocalSystem, in session 0. Stopped at
+// the end if it runs.
 class ServiceProcess {
  public:
   ServiceProcess();

@@ -11,6 +11,8 @@
 
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/base/machine_directory.h"
+#include "platform/host/identity/process_token.h"
+#include "platform/host/identity/thread_token.h"
 #include "platform/host/kernel/handle_table.h"
 #include "platform/host/kernel/memory.h"
 #include "platform/host/kernel/thread_pool.h"
@@ -57,6 +59,7 @@ void ExpectNothingLeftOpen() {
   EXPECT_EQ(host::OpenRegistryKeyCount(), 0u);
   EXPECT_EQ(host::OpenServiceHandleCount(), 0u);
   EXPECT_EQ(host::LocalBlockCount(), 0);
+  EXPECT_EQ(host::LeftoverImpersonations(), 0u);
 }
 
 }  // namespace
@@ -67,6 +70,7 @@ TestMachine::~TestMachine() {
   machine_->Stop();
   host::MachineLink::Reset();
   host::CloseRegistry();
+  host::SetOwnToken(std::nullopt);
   std::filesystem::remove_all(folder_);
 }
 

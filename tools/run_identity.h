@@ -12,11 +12,11 @@
 namespace tool {
 
 struct RunIdentity {
-  std::string user;                      // empty: who is in the session, or at the console
-  std::optional<std::uint32_t> session;  // left out: where the user is logged on, or the console's
-  std::string package;                   // package family name; empty: not packaged
+  std::string user{};                      // empty: who is in the session, or at the console
+  std::optional<std::uint32_t> session{};  // left out: where the user is logged on, or the console's
+  std::string package{};                   // package family name; empty: not packaged
   bool appContainer = false;
-  std::vector<std::string> capabilities;  // names, or SIDs in text form
+  std::vector<std::string> capabilities{};  // names, or SIDs in text form
 };
 
 // The SID of a capability, "S-1-15-3-1024-...": `name` itself when it is a SID already, else by the derivation.

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "tools/identity_text.h"
 #include "tools/rpc_text.h"
 #include "tools/service_text.h"
 
@@ -73,10 +74,18 @@ void AddSessions(Sections& sections, const json& status) {
   }
 }
 
+// As it was started; a program that has ended shows because of what it left running.
+std::string ProgramText(const json& process) {
+  std::string text = process.value("commandLine", "");
+  if (text.empty()) text = process.value("program", process.value("name", ""));
+  return process.value("state", "") == "ended" ? text + ", ended" : text;
+}
+
 void AddProcesses(Sections& sections, const json& status) {
   sections.Begin("processes");
   for (const json& process : Member(status, "processes"))
-    sections.Line(Number(process, "pid") + "  " + process.value("program", ""));
+    sections.Line(Number(process, "pid") + "  " + ProgramText(process) + "  (" +
+                  IdentityText(process.value("token", json::object()), Member(status, "users")) + ")");
 }
 
 void AddDevice(Sections& sections, const json& status) {

@@ -27,18 +27,23 @@ HRESULT LoadFailure() {
   return Common::HresultFromWin32(error);
 }
 
+// Throws std::bad_alloc.
+HRESULT LoadSession(Hkd04a7Rpc_DeviceHandle* device) {
+  Common::PathBuffer path;
+  if (!Common::GetModuleSibling(W("hkd04a7-utility.dll"), path)) return kNoLibraryPath;
+  auto session = std::make_shared<CHkd04a7DllInternalAPI>();
+  if (!session->Load(Common::DllByPath(path))) return LoadFailure();
+  RpcDeviceContext* block = g_deviceBlocks.Make(std::move(session));
+  if (block == nullptr) return E_OUTOFMEMORY;
+  *device = block;
+  return S_OK;
+}
+
 }  // namespace
 
 HRESULT OpenDeviceSession(Hkd04a7Rpc_DeviceHandle* device) {
-  Common::PathBuffer path;
-  if (!Common::GetModuleSibling(W("hkd04a7-utility.dll"), path)) return kNoLibraryPath;
   try {
-    auto session = std::make_shared<CHkd04a7DllInternalAPI>();
-    if (!session->Load(Common::DllByPath(path))) return LoadFailure();
-    RpcDeviceContext* block = g_deviceBlocks.Make(std::move(session));
-    if (block == nullptr) return E_OUTOFMEMORY;
-    *device = block;
-    return S_OK;
+    return LoadSession(device);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }

@@ -9,6 +9,7 @@
 
 #include "platform/errors.h"
 #include "platform/host/base/fault_injection.h"
+#include "platform/host/identity/process_token.h"
 #include "platform/host/registry/registry_control.h"
 #include "platform/host/registry/value_rules.h"
 #include "platform/registry.h"
@@ -80,11 +81,10 @@ TEST(RegistryHives, AreFoundWhileTheyAreLoaded) {
 }
 
 TEST(RegistryHives, CurrentUserIsTheHiveOfTheProcessesUser) {
-  EXPECT_EQ("S-1-5-18", host::RegistryUser());
   RegCloseKey(Create(HKEY_CURRENT_USER, u"Software\\OfSystem"));
   EXPECT_EQ(0, TryOpen(HKEY_USERS, u"S-1-5-18\\Software\\OfSystem"));
 
-  host::SetRegistryUser(kUser);
+  host::SetOwnToken(host::TokenFacts{kUser});
   EXPECT_EQ(2, TryOpen(HKEY_CURRENT_USER, u"Software"));
   EXPECT_EQ(0, host::SetHiveLoaded(kUser, true));
   EXPECT_EQ(2, TryOpen(HKEY_CURRENT_USER, u"Software\\OfSystem"));
@@ -93,7 +93,7 @@ TEST(RegistryHives, CurrentUserIsTheHiveOfTheProcessesUser) {
   EXPECT_EQ(0, RegOpenKeyExW(HKEY_USERS, kUserPath.c_str(), 0, KEY_READ, &root));
   EXPECT_EQ(0, RegQueryValueExW(root, u"own", nullptr, nullptr, nullptr, nullptr));
   RegCloseKey(root);
-  host::SetRegistryUser("");
+  host::SetOwnToken(host::SystemToken());
 }
 
 TEST(RegistryHives, OnlyLoadedOnesAreEnumeratedAndNoneIsDeletedAsAKey) {

@@ -1,10 +1,12 @@
 // Gives a test program a registry of its own: a temporary machine directory, gone at the end, when no key may be open.
+// The program runs as LocalSystem, whose hive is always loaded.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <filesystem>
 
 #include "platform/host/base/machine_directory.h"
+#include "platform/host/identity/process_token.h"
 #include "platform/host/registry/registry_control.h"
 
 namespace {
@@ -18,6 +20,7 @@ class TemporaryRegistry : public ::testing::Environment {
     host::UseMachineDirectory(folder_);
     std::string error;
     ASSERT_TRUE(host::EnsureMachineDirectory(host::CurrentMachineDirectory(), &error)) << error;
+    host::SetOwnToken(host::SystemToken());
   }
 
   void TearDown() override {

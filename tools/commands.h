@@ -10,7 +10,11 @@ class App;
 
 namespace tool {
 
-void AddWatchCommand(CLI::App& app, Options& options);  // watch
+void AddWatchCommand(CLI::App& app, Options& options);           // watch
+void AddDeviceSessionCommands(CLI::App& app, Options& options);  // call, wakeup
+void AddAppServiceCommands(CLI::App& app, Options& options);     // app register, unregister, query
+void AddRunAsSystemCommand(CLI::App& app, Options& options);     // run-as-system
+void AddExplainCommand(CLI::App& app, Options& options);         // explain
 
 // Host only: --machine and the commands that drive the simulated machine.
 void AddHostCommands(CLI::App& app, Options& options);

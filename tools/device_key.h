@@ -6,12 +6,9 @@
 
 #include "tools/options.h"
 #include "tools/registry_access.h"
+#include "tools/software_key.h"
 
 namespace tool {
-
-// Below the software key: capability bits by package family name, and commands by identifier.
-inline constexpr const char* kCapabilitySubKey = "Extension\\RestrictedRpc";
-inline constexpr const char* kCommandSubKey = "Extension\\Command";
 
 // "HKLM\System\...", the software key of the first present device of the driver service, as the service finds it.
 // Nothing, with a sentence in `error`, when there is no such device or it has no driver.

@@ -1,7 +1,5 @@
 #include "tools/device_numbers.h"
 
-#include <charconv>
-
 namespace tool {
 namespace {
 
@@ -28,20 +26,6 @@ std::optional<machine::DeviceFunction> ParseCall(const std::vector<std::string>&
 }
 
 }  // namespace
-
-std::optional<std::uint32_t> ParseWord(std::string_view text) {
-  const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-  if (hexadecimal) text.remove_prefix(2);
-  std::uint32_t value = 0;
-  const char* end = text.data() + text.size();
-  auto [rest, error] = std::from_chars(text.data(), end, value, hexadecimal ? 16 : 10);
-  if (error != std::errc() || rest != end) return std::nullopt;
-  return value;
-}
-
-std::string WordError(const std::string& text) {
-  return ParseWord(text) ? std::string() : "not a number of 32 bits: \"" + text + '"';
-}
 
 std::optional<ButtonPress> ParseButton(std::string_view text) {
   if (text == "one-touch") return ButtonPress{ButtonPress::Kind::OneTouch};

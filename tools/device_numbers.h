@@ -9,14 +9,9 @@
 #include <vector>
 
 #include "machine/device.h"
+#include "tools/numbers.h"
 
 namespace tool {
-
-// Decimal, or hexadecimal with 0x; at most 32 bits.
-std::optional<std::uint32_t> ParseWord(std::string_view text);
-
-// For options that take such a word: what is wrong with `text`, empty when nothing is.
-std::string WordError(const std::string& text);
 
 struct ButtonPress {
   enum class Kind { Switch, SwitchMask, OneTouch, IrOpe };

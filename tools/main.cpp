@@ -14,6 +14,10 @@ void AddCommands(CLI::App& app, tool::Options& options) {
   app.fallthrough();
   app.add_flag("--json", options.json, "one JSON object a line instead of text");
   tool::AddWatchCommand(app, options);
+  tool::AddDeviceSessionCommands(app, options);
+  tool::AddAppServiceCommands(app, options);
+  tool::AddRunAsSystemCommand(app, options);
+  tool::AddExplainCommand(app, options);
 #ifndef _WIN32
   tool::AddHostCommands(app, options);
 #endif
@@ -23,7 +27,7 @@ void AddCommands(CLI::App& app, tool::Options& options) {
 
 int main(int argc, char** argv) {
   tool::Options options;
-  CLI::App app("Drives a simulated machine and watches the service's events.", "hkd04a7ctl");
+  CLI::App app("Drives a simulated machine and speaks to its service.", "hkd04a7ctl");
   AddCommands(app, options);
   try {
     app.parse(argc, argv);

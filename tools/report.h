@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/gate.h"
 #include "tools/options.h"
 
 namespace tool {
@@ -15,8 +16,20 @@ struct Failure {
   std::string next;        // a command or a remark; may be empty
 };
 
+// What a client call met.
+struct Refusal {
+  std::string tried;      // "open a device session", after "could not"
+  client::Status status;  // of the call that failed
+  Gate gate;              // the gate that refused, if one did
+  std::string next;       // a command or a remark; may be empty
+};
+
 // Prints the failure on the error stream, as text or as one JSON object. Returns `exitCode`, for `return Report(...)`.
 int Report(const Options& options, int exitCode, const Failure& failure);
+
+// The same of a client call. The code stands with its name by its layer; what it means in this interface, the gate that
+// refused and what decides there follow.
+int ReportRefusal(const Options& options, int exitCode, const Refusal& refusal);
 
 // Flushes the standard output. False when something of it could not be written, now or before.
 bool OutputIsSound();

@@ -13,10 +13,8 @@
 #include "tools/commands.h"
 #include "tools/event_text.h"
 #include "tools/exit_codes.h"
-#ifndef _WIN32
-#include "tools/machine_call.h"
-#endif
 #include "tools/report.h"
+#include "tools/service_client.h"
 #include "tools/signals.h"
 
 namespace tool {
@@ -35,21 +33,16 @@ struct WatchRequest {
   double timeoutSeconds = 0;
 };
 
-int ReportStatus(const Options& options, const std::string& tried, const client::Status& status) {
-  const bool gone = status.ServiceNotReachable();
-  const std::string next = gone ? "start the service and watch again" : "look at hkd04a7ctl log";
-  return Report(options, gone ? kServiceNotRunning : kFailed, {tried, status.operation, status.Code(), next});
-}
-
 // One run of the command, from the subscription to the sentence that says how it ended.
 class Watch {
  public:
   Watch(const Options& options, const WatchRequest& request) : options_(options), request_(request) {}
 
   int Run() {
-    if (client::Status status = connection_.Open(); !status.Ok()) return ReportStatus(options_, "bind", status);
+    if (int code = Connect(options_, &connection_); code != kDone) return code;
     subscription_ = std::make_unique<EventSubscription>(connection_);
-    if (client::Status status = subscription_->Start(); !status.Ok()) return ReportNoSubscription(status);
+    if (client::Status status = subscription_->Start(); !status.Ok())
+      return ReportStatus(options_, "subscribe to events", status);
     NoteInterrupts();
     PrintLine(SubscribedLine(options_.json));
     SetDeadline();
@@ -57,14 +50,6 @@ class Watch {
   }
 
  private:
-  int ReportNoSubscription(const client::Status& status) {
-    const std::string tried = "subscribe to events";
-#ifndef _WIN32
-    if (status.ServiceNotReachable() && !MachineIsUp()) return RequireMachine(options_, tried);
-#endif
-    return ReportStatus(options_, tried, status);
-  }
-
   int Follow() {
     while (OutputIsSound()) {
       if (request_.count != 0 && printed_ == request_.count) return Finish("the count is reached", kDone);

@@ -1,0 +1,11 @@
+#include "tools/started_programs.h"
+
+namespace tool {
+
+StartedPrograms::StartedPrograms() = default;
+
+std::vector<StartedProgram> StartedPrograms::ByService() const {
+  return {};
+}
+
+}  // namespace tool

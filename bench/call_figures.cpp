@@ -31,21 +31,21 @@ struct Phase {
   double rate = 0;    // calls a second
 };
 
-Phase Call(const CallSettings& settings, const std::vector<CallingClient>& clients) {
+Phase Call(const Measurement& measurement, const std::vector<CallingClient>& clients) {
   CallTimes times;
-  if (!CallFor(settings.phase, clients, &times)) GiveUp("call");
+  if (!CallFor(measurement.Phase(), clients, &times)) GiveUp("call");
   CloseAll(clients);
   const auto median = static_cast<double>(Median(times.roundTrips));
   return {median / 1000, static_cast<double>(Quantile(times.roundTrips, 0.99)) / median, times.callsPerSecond};
 }
 
 // The median round trip through the client library, in microseconds.
-double CallThroughLibrary(const CallSettings& settings) {
+double CallThroughLibrary(const Measurement& measurement) {
   client::Connection connection;
   client::DeviceSession session(connection);
   if (!connection.Open().Ok() || !session.Open().Ok()) GiveUp("open a session through the client library");
   std::vector<std::int64_t> times;
-  const std::int64_t until = Now() + settings.phase;
+  const std::int64_t until = Now() + measurement.Phase();
   while (Now() < until) {
     DWORD result = 0;
     const std::int64_t begin = Now();
@@ -73,16 +73,16 @@ double CallDeviceAlone() {
 }
 
 // What one session on a connection of its own adds to the resident size, in KiB.
-double SizeOfSession(const CallSettings& settings, ServerProcess& service) {
+double SizeOfSession(unsigned sessions, ServerProcess& service) {
   constexpr unsigned kWarmUp = 16;
   CloseAll(ConnectSessions(ProductSessions(), kWarmUp));
   if (!service.AwaitIdle()) GiveUp("leave the server idle");
   const std::size_t before = service.ResidentBytes();
-  const auto clients = ConnectSessions(ProductSessions(), settings.sessions);
+  const auto clients = ConnectSessions(ProductSessions(), sessions);
   const std::size_t after = service.ResidentBytes();
   CloseAll(clients);
   if (!service.AwaitIdle()) GiveUp("leave the server idle");
-  return (static_cast<double>(after) - static_cast<double>(before)) / settings.sessions / 1024;
+  return (static_cast<double>(after) - static_cast<double>(before)) / sessions / 1024;
 }
 
 // The figures of one round, by what is measured.
@@ -91,11 +91,11 @@ struct Rounds {
       open, library, libraryRatio;
 };
 
-void Round(const CallSettings& settings, Rounds& rounds) {
-  const Phase ours = Call(settings, ConnectSessions(ProductSessions(), 1));
-  const Phase raw = Call(settings, ConnectRaw(1));
-  const Phase engine = Call(settings, ConnectSessions(EngineSessions(), 1));
-  const double library = CallThroughLibrary(settings);
+void Round(const Measurement& measurement, Rounds& rounds) {
+  const Phase ours = Call(measurement, ConnectSessions(ProductSessions(), 1));
+  const Phase raw = Call(measurement, ConnectRaw(1));
+  const Phase engine = Call(measurement, ConnectSessions(EngineSessions(), 1));
+  const double library = CallThroughLibrary(measurement);
   rounds.call.push_back(ours.median);
   rounds.rawCall.push_back(raw.median);
   rounds.callRatio.push_back(ours.median / raw.median);
@@ -104,23 +104,23 @@ void Round(const CallSettings& settings, Rounds& rounds) {
   rounds.library.push_back(library);
   rounds.libraryRatio.push_back(library / raw.median);
 
-  const Phase many = Call(settings, ConnectSessions(ProductSessions(), kManyClients));
-  const Phase rawMany = Call(settings, ConnectRaw(kManyClients));
+  const Phase many = Call(measurement, ConnectSessions(ProductSessions(), kManyClients));
+  const Phase rawMany = Call(measurement, ConnectRaw(kManyClients));
   rounds.rate.push_back(many.rate);
   rounds.rawRate.push_back(rawMany.rate);
   rounds.rateRatio.push_back(many.rate / rawMany.rate);
 
-  rounds.spread.push_back(Call(settings, ConnectSessions(ProductSessions(), kCrowd)).spread);
-  rounds.rawSpread.push_back(Call(settings, ConnectRaw(kCrowd)).spread);
-  rounds.open.push_back(Microseconds(Median(OpenSessionsFor(settings.phase, ProductSessions()))));
+  rounds.spread.push_back(Call(measurement, ConnectSessions(ProductSessions(), kCrowd)).spread);
+  rounds.rawSpread.push_back(Call(measurement, ConnectRaw(kCrowd)).spread);
+  rounds.open.push_back(Microseconds(Median(OpenSessionsFor(measurement.Phase(), ProductSessions()))));
 }
 
 }  // namespace
 
-std::vector<Figure> MeasureCalls(const CallSettings& settings, ServerProcess& service) {
-  const double size = SizeOfSession(settings, service);
+std::vector<Figure> MeasureCalls(const Measurement& measurement, unsigned sessions, ServerProcess& service) {
+  const double size = SizeOfSession(sessions, service);
   Rounds rounds;
-  for (unsigned i = 0; i < settings.rounds; ++i) Round(settings, rounds);
+  for (unsigned i = 0; i < measurement.rounds; ++i) Round(measurement, rounds);
   return {
       FigureOf("call, one client", "raw calls", rounds.callRatio, kMostCallRatio),
       FigureOf("call, one client", "us", rounds.call),

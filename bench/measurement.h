@@ -1,0 +1,31 @@
+// The command line that every measurement has, and its end.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "bench/figures.h"
+
+namespace CLI {
+class App;
+}
+
+namespace bench {
+
+struct Measurement {
+  unsigned rounds = 5;
+  unsigned phaseMilliseconds = 500;
+  std::vector<unsigned> processors{0};
+  bool check = false;
+  bool json = false;
+
+  std::int64_t Phase() const { return std::int64_t{phaseMilliseconds} * 1'000'000; }  // nanoseconds
+};
+
+// --rounds, --phase, --cpus, --check, --json.
+void AddOptions(CLI::App& app, Measurement& measurement);
+
+// Prints the figures; the process's exit code.
+int Report(const Measurement& measurement, const std::vector<Figure>& figures);
+
+}  // namespace bench

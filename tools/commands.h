@@ -23,7 +23,7 @@ void AddStatusCommand(CLI::App& app, Options& options);     // status
 void AddServiceCommands(CLI::App& app, Options& options);   // start, stop, query
 void AddDeviceCommands(CLI::App& app, Options& options);    // press, sensor, ec, emergency, phone, raw
 void AddPowerCommands(CLI::App& app, Options& options);     // suspend, resume
-void AddSessionCommands(CLI::App& app, Options& options);   // user, logon, logoff, connect, disconnect
+void AddSessionCommands(CLI::App& app, Options& options);   // user, logon, logoff, connect, disconnect, winlogon
 void AddRunCommand(CLI::App& app, Options& options);        // run
 void AddGrantCommands(CLI::App& app, Options& options);     // caps, allow
 void AddLogCommands(CLI::App& app, Options& options);       // log, trace

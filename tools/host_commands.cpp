@@ -20,6 +20,7 @@ void AddHostCommands(CLI::App& app, Options& options) {
   AddPowerCommands(app, options);
   AddSessionCommands(app, options);
   AddRunCommand(app, options);
+  AddGrantCommands(app, options);
   AddLogCommands(app, options);
   AddRegistryCommands(app, options);
   AddDemoCommand(app, options);

@@ -1,4 +1,4 @@
-// logon, logoff, connect, disconnect, user: people and their sessions.
+// logon, logoff, connect, disconnect, winlogon, user: people and their sessions.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
@@ -95,6 +95,29 @@ void AddUserCommands(CLI::App& app, Options& options) {
   });
 }
 
+void AddWinlogon(CLI::App& app, Options& options) {
+  CLI::App* winlogon = app.add_subcommand("winlogon", "change the process that a session has of its own");
+  auto session = std::make_shared<std::uint32_t>(0);
+  auto change = std::make_shared<SessionProcessChange>();
+  winlogon->add_option("session", *session, "the session's number")->required()->check(WordError);
+  CLI::Option_group* what = winlogon->add_option_group("change");
+  what->require_option(1);
+  what->add_flag_callback(
+      "--missing", [change] { change->present = false; }, "it is not there");
+  what->add_option("--name", change->name, "it has this name: another one, or the same in other letters");
+  what->add_flag_callback(
+      "--not-system", [change] { change->system = false; }, "it does not run as LocalSystem");
+  what->add_flag_callback(
+      "--restore",
+      [change] {
+        *change = {true, "winlogon.exe", true};
+      },
+      "as it is by itself");
+  winlogon->callback([&options, session, change] {
+    options.action = [&options, session, change] { return ChangeSessionProcess(options, *session, *change); };
+  });
+}
+
 }  // namespace
 
 void AddSessionCommands(CLI::App& app, Options& options) {
@@ -103,6 +126,7 @@ void AddSessionCommands(CLI::App& app, Options& options) {
   AddOnSession(app, options, "logoff", "log a session off", Logoff);
   AddConnect(app, options);
   AddOnSession(app, options, "disconnect", "disconnect a session: its user stays logged on", DisconnectSession);
+  AddWinlogon(app, options);
 }
 
 }  // namespace tool

@@ -43,6 +43,14 @@ int DisconnectSession(const Options& options, std::uint32_t session) {
   return ActOnSession(options, "disconnect session " + std::to_string(session), "session.disconnect", session, false);
 }
 
+int ChangeSessionProcess(const Options& options, std::uint32_t session, const SessionProcessChange& change) {
+  json message = {{"op", "session.winlogon"}, {"session", session}};
+  if (change.present) message["present"] = *change.present;
+  if (change.name) message["name"] = *change.name;
+  if (change.system) message["system"] = *change.system;
+  return CallMachine(options, ToDo("change the process of session " + std::to_string(session)), message, nullptr);
+}
+
 int AddUser(const Options& options, const std::string& user, json* account) {
   return CallMachine(options, ToDo("add the user " + user), json{{"op", "user.add"}, {"user", user}}, account);
 }

@@ -27,6 +27,14 @@ int ConnectSession(const Options& options, std::uint32_t session, bool remote);
 
 int DisconnectSession(const Options& options, std::uint32_t session);
 
+// Changes a session's own process, "winlogon.exe" of LocalSystem, in what is set.
+struct SessionProcessChange {
+  std::optional<bool> present;
+  std::optional<std::string> name;
+  std::optional<bool> system;  // false: it runs as a plain local account
+};
+int ChangeSessionProcess(const Options& options, std::uint32_t session, const SessionProcessChange& change);
+
 // Makes an account without a logon, or finds it; `account` gets {"user","sid"}.
 int AddUser(const Options& options, const std::string& user, nlohmann::json* account);
 

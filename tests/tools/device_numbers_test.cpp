@@ -5,27 +5,6 @@
 namespace tool {
 namespace {
 
-TEST(DeviceNumbersTest, ReadsWords) {
-  struct Case {
-    const char* text;
-    std::optional<std::uint32_t> word;
-  };
-  const Case cases[] = {{"0", 0},
-                        {"31", 31},
-                        {"0x40000401", 0x40000401},
-                        {"0XffFFffFF", 0xFFFFFFFF},
-                        {"4294967295", 0xFFFFFFFF},
-                        {"010", 10},
-                        {"", std::nullopt},
-                        {"0x", std::nullopt},
-                        {"0x100000000", std::nullopt},
-                        {"4294967296", std::nullopt},
-                        {"-1", std::nullopt},
-                        {"1 ", std::nullopt},
-                        {"12z", std::nullopt}};
-  for (const Case& test : cases) EXPECT_EQ(ParseWord(test.text), test.word) << test.text;
-}
-
 TEST(DeviceNumbersTest, ReadsButtons) {
   using Kind = ButtonPress::Kind;
   struct Case {

@@ -64,6 +64,7 @@ bool CAccessToken::Revert() {
 }
 
 bool CAccessToken::GetUser(CSid& user) const {
+  const DWORD lastError = GetLastError();
   DWORD size = 0;
   if (GetTokenInformation(token, TokenUser, nullptr, 0, &size) || GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
     return false;
@@ -74,7 +75,10 @@ bool CAccessToken::GetUser(CSid& user) const {
     return false;
   }
   if (!GetTokenInformation(token, TokenUser, information.get(), size, &size)) return false;
-  return user.Assign(reinterpret_cast<const TOKEN_USER*>(information.get())->User.Sid);
+  if (!user.Assign(reinterpret_cast<const TOKEN_USER*>(information.get())->User.Sid)) return false;
+  // Asking for the size was no failure.
+  SetLastError(lastError);
+  return true;
 }
 
 }  // namespace Quorvex::PC::Common

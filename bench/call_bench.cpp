@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
   unsigned sessions = 1000;
   CLI::App app("What a call and a session of the RPC server cost.", "call-bench");
   bench::AddOptions(app, measurement);
+  bench::AddCheckOption(app, measurement);
   app.add_option("--sessions", sessions, "sessions open when their size is taken")->check(CLI::Range(1u, 100'000u));
   CLI11_PARSE(app, argc, argv);
 

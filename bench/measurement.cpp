@@ -19,8 +19,11 @@ void AddOptions(CLI::App& app, Measurement& measurement) {
   app.add_option("--cpus", measurement.processors, "processors to run on, by default the first")
       ->delimiter(',')
       ->check(CLI::Range(0u, kHighestProcessor));
-  app.add_flag("--check", measurement.check, "exit status 1 when a figure is not what it must be");
   app.add_flag("--json", measurement.json, "a JSON object instead of a table");
+}
+
+void AddCheckOption(CLI::App& app, Measurement& measurement) {
+  app.add_flag("--check", measurement.check, "exit status 1 when a figure is not what it must be");
 }
 
 int Report(const Measurement& measurement, const std::vector<Figure>& figures) {

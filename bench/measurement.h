@@ -22,8 +22,9 @@ struct Measurement {
   std::int64_t Phase() const { return std::int64_t{phaseMilliseconds} * 1'000'000; }  // nanoseconds
 };
 
-// --rounds, --phase, --cpus, --check, --json.
+// --rounds, --phase, --cpus, --json; with figures that have to hold, --check too.
 void AddOptions(CLI::App& app, Measurement& measurement);
+void AddCheckOption(CLI::App& app, Measurement& measurement);
 
 // Prints the figures; the process's exit code.
 int Report(const Measurement& measurement, const std::vector<Figure>& figures);

@@ -5,9 +5,8 @@
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/base/last_error.h"
 #include "platform/host/base/unsupported.h"
-#include "platform/host/identity/process_token.h"
-#include "platform/host/identity/thread_token.h"
 #include "platform/host/kernel/threads.h"
+#include "platform/host/processes/effective_token.h"
 #include "platform/host/processes/token_object.h"
 #include "platform/host/processes/tokens.h"
 
@@ -65,7 +64,7 @@ BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
   const auto holder = host::ObjectOf<host::TokenHolder>(process, kProcessQueryInformation);
   if (holder == nullptr) return FALSE;
   const host::TokenFacts facts = holder->Token();
-  if (!host::MayOpen(host::OwnToken(), facts)) return host::FailWith(ERROR_ACCESS_DENIED);
+  if (!host::MayOpen(host::EffectiveToken(), facts)) return host::FailWith(ERROR_ACCESS_DENIED);
   return OpenToken(facts, TokenPrimary, granted, token);
 }
 

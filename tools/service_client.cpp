@@ -4,6 +4,7 @@
 #ifndef _WIN32
 #include "tools/machine_call.h"
 #endif
+#include "tools/numbers.h"
 #include "tools/report.h"
 
 namespace tool {
@@ -12,8 +13,9 @@ namespace {
 std::string NextStep(const client::Status& status, const Gate& gate) {
   if (status.ServiceNotReachable()) return kStartService;
   if (!gate.name.empty()) return gate.next;
-  return "hkd04a7ctl explain " +
-         (status.CodeName().empty() ? std::to_string(status.Code()) : std::string(status.CodeName()));
+  // By number: the name is that of the code which a result carries.
+  const std::uint32_t code = status.Code();
+  return "hkd04a7ctl explain " + (code > 0xFFFF ? Hex(code) : std::to_string(code));
 }
 
 }  // namespace

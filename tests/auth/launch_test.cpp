@@ -186,7 +186,8 @@ TEST_F(Launches, AStopWaitsForTheProgramThatARequestWaitsFor) {
   std::thread waiting([&] { answer = RunAs(BobIn(kPackageName), 0, W("script")); });
   Contents("running");
   EXPECT_EQ(service.Machine().Call("service.stop", {{"name", "Hkd04a7DriverUtilityService"}, {"timeoutMs", 300}}),
-            static_cast<unsigned>(ERROR_TIMEOUT));
+            static_cast<unsigned>(ERROR_SERVICE_REQUEST_TIMEOUT));
+  EXPECT_THAT(service.ReportedStates().back(), testing::StartsWith("3 ")) << "stop pending";
   std::ofstream(File("gate")) << "go\n";
   waiting.join();
   EXPECT_EQ(answer, Ended(5));

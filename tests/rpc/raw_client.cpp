@@ -8,14 +8,15 @@
 #include <utility>
 
 #include "platform/host/base/machine_directory.h"
-#include "platform/host/link/unix_socket.h"
+#include "platform/host/rpc/client_identity.h"
 #include "platform/host/rpc/pdu_parse.h"
 #include "tests/rpc/server_interface.h"
 
 using namespace host::rpc;
 
 RawClient::RawClient(const std::string& endpoint)
-    : socket_(host::ConnectUnixSocket(host::CurrentMachineDirectory().runtime + "/ncalrpc/" + endpoint)) {}
+    : socket_(ConnectAs(ClientIdentityScope::Current(),
+                        host::CurrentMachineDirectory().runtime + "/ncalrpc/" + endpoint)) {}
 
 RawClient::~RawClient() {
   Close();

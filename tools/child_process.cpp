@@ -1,6 +1,7 @@
 #include "tools/child_process.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -56,18 +57,28 @@ ChildProcess::~ChildProcess() {
   if (output_ >= 0) close(output_);
 }
 
-int ChildProcess::Start(const std::string& program, const std::vector<std::string>& arguments, bool readOutput) {
+int ChildProcess::Start(const std::string& program, const std::vector<std::string>& arguments, Reads reads) {
   SpawnSettings settings;
   int ends[2] = {-1, -1};
-  if (readOutput) {
+  if (reads != Reads::Nothing) {
     if (pipe2(ends, O_CLOEXEC) != 0) return errno;
     posix_spawn_file_actions_adddup2(&settings.actions, ends[1], STDOUT_FILENO);
   }
+  if (reads == Reads::OutputAndErrors) posix_spawn_file_actions_adddup2(&settings.actions, ends[1], STDERR_FILENO);
   const int error = Spawn(&pid_, program, arguments, settings);
   if (ends[1] >= 0) close(ends[1]);
   output_ = ends[0];
   if (error != 0) pid_ = 0;
   return error;
+}
+
+bool ChildProcess::ReadSome(std::chrono::milliseconds patience, std::string* text) {
+  pollfd ready = {output_, POLLIN, 0};
+  if (poll(&ready, 1, static_cast<int>(patience.count())) <= 0) return false;
+  char block[4096];
+  const ssize_t got = read(output_, block, sizeof block);
+  if (got > 0) text->append(block, static_cast<std::size_t>(got));
+  return got > 0;
 }
 
 std::optional<int> ChildProcess::Wait(std::chrono::milliseconds patience) {

@@ -21,13 +21,17 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  // Starts `program` in a process group of its own (Ctrl-C at the terminal does not reach it), with this process's
-  // environment and error stream; its standard output can be read at Output() when `readOutput`. Returns 0 or an errno
-  // value. Call it once.
-  int Start(const std::string& program, const std::vector<std::string>& arguments, bool readOutput);
+  // Which of the program's streams are read at Output(); the others are this process's own.
+  enum class Reads { Nothing, Output, OutputAndErrors };
 
-  // A descriptor to read from, owned by this object; -1 when the output is not read.
+  // Starts `program` in a process group of its own (Ctrl-C at the terminal does not reach it), with this process's
+  // environment. Returns 0 or an errno value. Call it once.
+  int Start(const std::string& program, const std::vector<std::string>& arguments, Reads reads);
+
+  // A descriptor to read from, owned by this object; -1 when nothing is read.
   int Output() const { return output_; }
+  // Waits up to `patience` for something at Output() and appends it to `text`. False at the end, or when nothing came.
+  bool ReadSome(std::chrono::milliseconds patience, std::string* text);
   pid_t Pid() const { return pid_; }
 
   // The exit status, 128 plus the signal for a killed program; nothing when it still runs after `patience`.

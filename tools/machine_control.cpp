@@ -74,7 +74,7 @@ int StartMachine(const Options& options) {
   if (MachineIsUp()) return kDone;
   const std::string program = ProgramFolder() + "/hkd04a7-machine";
   ChildProcess daemon;
-  if (const int error = daemon.Start(program, {}, false); error != 0)
+  if (const int error = daemon.Start(program, {}, ChildProcess::Reads::Nothing); error != 0)
     return Report(options, kFailed, {"start " + program, std::strerror(error), 0, "build the programs first"});
   // The program returns once the daemon behind it is up, or says itself why it is not.
   const auto ended = daemon.Wait(kDaemonPatience);

@@ -1,7 +1,6 @@
 #include "tests/system/tool_fixture.h"
 
 #include <dirent.h>
-#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -37,30 +36,19 @@ std::vector<std::string> ProcessesOf(const std::string& machine) {
 }  // namespace
 
 RunningTool::RunningTool(const std::string& machine, const std::vector<std::string>& arguments) {
-  // The shell only joins the two streams.
-  std::vector<std::string> line = {"-c", "exec \"$0\" \"$@\" 2>&1", ProgramFolder() + "/hkd04a7ctl", "--machine",
-                                   machine};
+  std::vector<std::string> line = {"--machine", machine};
   line.insert(line.end(), arguments.begin(), arguments.end());
-  EXPECT_EQ(process_.Start("/bin/sh", line, true), 0);
-}
-
-bool RunningTool::ReadSome(std::chrono::milliseconds patience) {
-  pollfd ready = {process_.Output(), POLLIN, 0};
-  if (poll(&ready, 1, static_cast<int>(patience.count())) <= 0) return false;
-  char block[4096];
-  const ssize_t got = read(process_.Output(), block, sizeof block);
-  if (got > 0) output_.append(block, static_cast<std::size_t>(got));
-  return got > 0;
+  EXPECT_EQ(process_.Start(ProgramFolder() + "/hkd04a7ctl", line, ChildProcess::Reads::OutputAndErrors), 0);
 }
 
 bool RunningTool::AwaitOutput(const std::string& text) {
   while (output_.find(text) == std::string::npos)
-    if (!ReadSome(kPatience)) return false;
+    if (!process_.ReadSome(kPatience, &output_)) return false;
   return true;
 }
 
 ToolResult RunningTool::Finish(std::chrono::seconds patience) {
-  while (ReadSome(patience)) {
+  while (process_.ReadSome(patience, &output_)) {
   }
   return {process_.Wait(patience).value_or(-1), output_};
 }

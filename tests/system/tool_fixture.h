@@ -31,8 +31,6 @@ class RunningTool {
   const std::string& Output() const { return output_; }
 
  private:
-  bool ReadSome(std::chrono::milliseconds patience);
-
   ChildProcess process_;
   std::string output_;
 };

@@ -17,7 +17,7 @@ TEST(GrantTextTest, SaysWhatTheServiceWouldMakeOfAValue) {
   };
   const Case cases[] = {
       {Value(REG_DWORD, {"1"}), GrantText, "0x00000001, may run commands as system"},
-      {Value(REG_DWORD, {"0xFFFFFFFF"}), GrantText, "0xFFFFFFFF, may run commands as system"},
+      {Value(REG_DWORD, {"0xFFFFFFFF"}), GrantText, "0xffffffff, may run commands as system"},
       {Value(REG_DWORD, {"2"}), GrantText, "0x00000002, grants nothing: bit 0 is clear"},
       {Value(REG_QWORD, {"1"}), GrantText, "qword 0x0000000000000001, counts as absent: not a dword"},
       {Value(REG_SZ, {"1"}), GrantText, "sz 1, counts as absent: not a dword"},

@@ -101,7 +101,16 @@ int Demo::PlayStep(const DemoStep& step, DemoStage& stage) {
   }
   expected_ += step.events.size();
   if (step.showWakeupRecord) ShowWakeupRecord();
-  return Settle(options_);
+  PlayRequests(step.requests);
+  return Interrupted() ? kInterrupted : Settle(options_);
+}
+
+void Demo::PlayRequests(const std::vector<DemoRequest>& requests) {
+  for (const DemoRequest& request : requests) {
+    if (Interrupted()) return;
+    ++requests_;
+    if (PlayRequest(request)) ++rightRequests_;
+  }
 }
 
 void Demo::ShowWakeupRecord() {
@@ -156,9 +165,11 @@ int Demo::Verdict() const {
   if (!sorted.empty())
     std::printf("; from the notification to the client %.3f ms in the middle, %.3f ms at most",
                 sorted[sorted.size() / 2], sorted.back());
-  std::printf("\n%s\n", right_ ? "everything as expected" : "NOT AS EXPECTED");
+  const bool right = right_ && rightRequests_ == requests_;
+  std::printf("\n%zu of %zu requests were answered as expected\n%s\n", rightRequests_, requests_,
+              right ? "everything as expected" : "NOT AS EXPECTED");
   std::fflush(stdout);
-  return right_ ? kDone : kFailed;
+  return right ? kDone : kFailed;
 }
 
 int Demo::StayUp() {

@@ -16,8 +16,8 @@ class Demo {
   explicit Demo(const Options& options) : options_(options), machine_(options) {}
 
   // Plays it once and prints what happens. kDone only when every expected event, and no other, came in order at both
-  // clients and the service stopped as it should; kInterrupted after Ctrl-C. `chosen`: the machine's directory was
-  // given with --machine.
+  // clients, every request was answered as expected and the service stopped as it should; kInterrupted after Ctrl-C.
+  // `chosen`: the machine's directory was given with --machine.
   int Play(bool chosen);
 
   // Starts the service once more and leaves everything up until Ctrl-C.
@@ -29,6 +29,7 @@ class Demo {
   int StopWithWaitsPending();
   int ShowServiceHistory();
   void CheckNothingElseCame();
+  void PlayRequests(const std::vector<DemoRequest>& requests);
   void ShowWakeupRecord();
   int Verdict() const;
 
@@ -37,6 +38,8 @@ class Demo {
   std::vector<std::unique_ptr<WatchClient>> clients_;
   std::vector<double> milliseconds_;  // of every event at every client
   std::size_t expected_ = 0;          // events that each client had to see so far
+  std::size_t requests_ = 0;          // asked so far
+  std::size_t rightRequests_ = 0;     // and answered as expected
   bool right_ = true;
 };
 

@@ -1,5 +1,6 @@
 #include "tools/demo/demo_steps.h"
 
+#include "tools/demo/demo_people.h"
 #include "tools/exit_codes.h"
 #include "tools/power_control.h"
 #include "tools/report.h"
@@ -8,10 +9,10 @@
 namespace tool {
 namespace {
 
-constexpr const char* kUser = "demo";
 constexpr std::uint32_t kOneTouch = 0x40000401;
 constexpr std::uint32_t kIrOpe = 0x40000300;
 constexpr std::uint32_t kBothButtons = 0x40000000;
+constexpr std::uint32_t kWakeSwitch = 0x00000004;
 
 int Taken(const DemoStage& stage, bool taken) {
   if (taken) return kDone;
@@ -59,16 +60,50 @@ int SendToSleep(DemoStage& stage) {
 
 int WakeByOneTouch(DemoStage& stage) {
   ResumeRequest resume;
+  resume.switchWord = kWakeSwitch;
   resume.buttonWord = kOneTouch;
   return Resume(stage.options, resume);
 }
 
 int LogOn(DemoStage& stage) {
-  return Logon(stage.options, {kUser}, &stage.session);
+  return Logon(stage.options, {kDemoUser}, &stage.session);
 }
 
 int LogOff(DemoStage& stage) {
   return Logoff(stage.options, stage.session);
+}
+
+int AnswerFunction2001(DemoStage& stage) {
+  return Taken(stage, stage.device.Answers({0x2001, 1, 2, 3}, {0x00C0FFEE}));
+}
+
+int DoNothing(DemoStage&) {
+  return kDone;
+}
+
+std::vector<DemoRequest> AppServiceRequests() {
+  const auto ask = [](const char* what) {
+    return std::vector<std::string>{"app", what, kDemoPackage, "hello", "--event", "33", "--data1", "0x40000300"};
+  };
+  const std::vector<std::string> unregister = {"app", "unregister", kDemoPackage, "--event",
+                                               "33",  "--data1",    "0x40000300"};
+  return {{Asker::Package, ask("register"), kDone, "registered: "},
+          {Asker::Package, ask("query"), kDone, "is registered: "},
+          {Asker::Package, unregister, kDone, "unregistered: "},
+          {Asker::Package, ask("query"), kFailed, "0x80070002"}};
+}
+
+// The command's own parameters end in a place for the one that the client appends.
+std::vector<DemoRequest> CommandRequests() {
+  const std::vector<std::string> wakeup = {"wakeup", "switch"};
+  const std::vector<std::string> command = {"run-as-system", "leave", "7"};
+  return {{Asker::Container, wakeup, kFailed, "gate: endpoint descriptor"},
+          {Asker::Package, command, kFailed, "gate: capability bit"},
+          {Asker::Owner, {"caps", "grant", kDemoPackage}, kDone, "may run commands as system"},
+          {Asker::Package, command, kFailed, "gate: allow-list"},
+          {Asker::Owner, {"allow", "add", "leave", "/bin/sh", "--", "-c \"exit $0\""}, kDone, "leave"},
+          {Asker::Package, command, kDone, "\"/bin/sh\" -c \"exit $0\" 7\nexit code 7\n"},
+          {Asker::Package, {"run-as-system", "leave", "8", "--client-session"}, kDone, "exit code 8\n"}};
 }
 
 }  // namespace
@@ -84,9 +119,21 @@ const std::vector<DemoStep>& DemoSteps() {
       {"emergency notification, answer 0x00000002", RaiseEmergency, {{35, 2, 0}}},
       {"phone-PC data control, mask 0x00000006", ControlPhone, {{36, 1, 0x11}, {36, 2, 0x22}}},
       {"function 0x101C, count 3, answers 0, 7, 0", AnswerFunction101C, {{42, 2, 7}}},
-      {"suspend", SendToSleep, {}, true},
-      {"resume, woken by the one-touch button (0x40000401)", WakeByOneTouch, {{37, 0, 0}}, true},
       {"logon of a user", LogOn, {{41, 5, 0, 0, true}}},
+      {"suspend", SendToSleep, {}, true},
+      {"resume, woken by the one-touch button (0x40000401) and a switch (0x00000004)",
+       WakeByOneTouch,
+       {{37, 0, 0}},
+       true,
+       {{Asker::Package, {"wakeup", "switch"}, kDone, "switch: 0x00000004"},
+        {Asker::Package, {"wakeup", "one-touch"}, kDone, "one-touch: 0x40000401"}}},
+      {"a device session: function 0x2001 with three arguments",
+       AnswerFunction2001,
+       {},
+       false,
+       {{Asker::Package, {"call", "0x2001", "1", "2", "3"}, kDone, "answered 0x00C0FFEE"}}},
+      {"an app service of the user's, told of one event with one value", DoNothing, {}, false, AppServiceRequests()},
+      {"a command run as system: refused at each gate, then granted", DoNothing, {}, false, CommandRequests()},
       {"logoff", LogOff, {{41, 6, 0, 0, true}}, true},
   };
   return steps;

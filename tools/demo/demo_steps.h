@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "machine/device.h"
+#include "tools/demo/demo_requests.h"
 #include "tools/options.h"
 
 namespace tool {
@@ -29,6 +30,7 @@ struct DemoStep {
   int (*act)(DemoStage& stage);  // an exit code; a failure has been reported
   std::vector<ExpectedEvent> events;
   bool showWakeupRecord = false;
+  std::vector<DemoRequest> requests{};  // asked once the events have come
 };
 
 // In the order they are played. Steps without device notifications (power, sessions) have their time counted from the

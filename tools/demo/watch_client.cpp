@@ -20,7 +20,7 @@ constexpr std::chrono::milliseconds kInterruptLatency{100};
 
 // The machine is told by the environment.
 int WatchClient::Start() {
-  return process_.Start(ProgramFolder() + "/hkd04a7ctl", {"watch", "--json"}, true);
+  return process_.Start(ProgramFolder() + "/hkd04a7ctl", {"watch", "--json"}, ChildProcess::Reads::Output);
 }
 
 bool WatchClient::AwaitSubscribed(std::chrono::milliseconds patience) {

@@ -159,9 +159,10 @@ TEST(Tokens, AProgramWithoutPackageHasNoFamilyName) {
   OpenOwn(TOKEN_QUERY, &token);
   WCHAR name[64] = {W('x')};
   UINT length = 64;
-  SetLastError(kUntouched);
-  EXPECT_EQ(GetPackageFamilyNameFromToken(token, &length, name), LONG{APPMODEL_ERROR_NO_PACKAGE});
-  EXPECT_EQ(GetLastError(), DWORD{APPMODEL_ERROR_NO_PACKAGE});
+  const LONG result = GetPackageFamilyNameFromToken(token, &length, name);
+  const DWORD lastError = GetLastError();
+  EXPECT_EQ(result, LONG{APPMODEL_ERROR_NO_PACKAGE});
+  EXPECT_EQ(lastError, DWORD{APPMODEL_ERROR_NO_PACKAGE});
 }
 
 }  // namespace

@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "appservice/registration_store.h"
 #include "platform/errors.h"
+#include "platform/host/base/fault_injection.h"
 #include "platform/rpc_client.h"
 #include "tests/auth/requests.h"
 
@@ -17,7 +19,7 @@ using namespace Quorvex::PC::Hkd04a7;
 namespace {
 
 constexpr int kClients = 8;
-constexpr int kRounds = 40;
+constexpr int kRounds = 30;
 constexpr DWORD kEvent = 33;
 
 HRESULT Register(const support::RpcClient& client, const WideString& package, DWORD flags) {
@@ -39,6 +41,25 @@ HRESULT Unregister(const support::RpcClient& client, const WideString& package) 
 }
 
 class RegistrationRace : public Requests {};
+
+// The moment at which a registration would go with the key: the last value is gone, the key not yet.
+TEST_F(RegistrationRace, KeepsWhatComesInWhileTheEmptyKeyGoes) {
+  const support::RpcClient leaving(Bob());
+  const support::RpcClient coming(Bob());
+  ASSERT_EQ(Register(leaving, W("Leaving"), 0), S_OK);
+  std::thread registering;
+  std::atomic<HRESULT> registered = E_UNEXPECTED;
+  host::AtCall("RegDeleteKeyW", [&] {
+    registering = std::thread([&] { registered = Register(coming, W("Coming"), 0); });
+    // It cannot end before the key has gone; without the serialisation it ends now.
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  });
+  EXPECT_EQ(Unregister(leaving, W("Leaving")), S_OK);
+  ASSERT_TRUE(registering.joinable());
+  registering.join();
+  EXPECT_EQ(registered, S_OK);
+  EXPECT_EQ(Register(coming, W("Coming"), APPSERVICE_REG_QUERY), S_OK);
+}
 
 // Each client removes what is its own, which keeps emptying the key, and must always find what it has registered.
 TEST_F(RegistrationRace, LosesNoRegistration) {

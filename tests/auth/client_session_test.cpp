@@ -1,12 +1,15 @@
 // Programs run for clients on the client's own session, with the token of its "winlogon.exe".
 #include <gmock/gmock.h>
 
+#include <cstdio>
 #include <filesystem>
+#include <iterator>
 
 #include "auth/run_as_system.h"
 #include "platform/errors.h"
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/kernel/system_modules.h"
+#include "platform/sessions.h"
 #include "tests/auth/launches.h"
 
 using namespace request_test;
@@ -102,6 +105,41 @@ TEST_F(ClientSession, SkipsAProgramThatOnlyCallsItselfWinLogon) {
   for (const std::string& line : TakeLog()) looks += line.find("name=winlogon.exe") != std::string::npos ? 1 : 0;
   EXPECT_EQ(looks, 2u) << "Bob's program comes first";
   EXPECT_EQ(Started().back().at("token"), host::ToJson(SystemOn(2)));
+}
+
+// What the enumeration below answers.
+WCHAR g_winLogon[] = W("winlogon.exe");
+WTS_PROCESS_INFOW g_records[] = {{2, 0, nullptr, nullptr}, {2, 0, g_winLogon, nullptr}, {1, 0, g_winLogon, nullptr}};
+
+BOOL WINAPI EnumerateRecords(HANDLE, DWORD*, DWORD, LPWSTR* processInfo, DWORD* count) {
+  *processInfo = reinterpret_cast<LPWSTR>(g_records);
+  *count = static_cast<DWORD>(std::size(g_records));
+  return TRUE;
+}
+
+BOOL WINAPI FreeRecords(WTS_TYPE_CLASS, PVOID, ULONG) {
+  return TRUE;
+}
+
+template <typename Function>
+FARPROC Export(Function* function) {
+  return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
+}
+
+TEST_F(ClientSession, TakesNoProcessOfAnotherSession) {
+  host::TokenFacts ada = Ada();
+  ada.packageFamilyName = kPackageName;
+  ASSERT_EQ(RunAs(ada, RUN_FILE_IN_CLIENT_SESSION, kTool), (RunAnswer{0, 4}));
+  for (const std::string& line : TakeLog()) {
+    std::sscanf(line.c_str(), "hkd04a7, GetWinLogonExeToken, pid=%u", &g_records[2].ProcessId);
+  }
+  ASSERT_NE(g_records[2].ProcessId, 0u);
+  host::RegisterSystemModule(u"wtsapi32.dll", {{"WTSEnumerateProcessesExW", Export(EnumerateRecords)},
+                                               {"WTSFreeMemoryExW", Export(FreeRecords)}});
+  EXPECT_EQ(RunHere().result, 0x80070057u) << "a process without a number is the last that was looked at";
+  EXPECT_EQ(Started().size(), 1u);
+  EXPECT_THAT(TakeLog(), testing::IsSupersetOf({HasSubstr("pid=0, name=(null)\n"), HasSubstr("name=winlogon.exe\n")}));
+  EXPECT_EQ(RunAs(ada, RUN_FILE_IN_CLIENT_SESSION, kTool), (RunAnswer{0, 4})) << "it is Ada's session";
 }
 
 TEST_F(ClientSession, AnswersWhyThereIsNoToken) {

@@ -19,7 +19,8 @@ json Row(std::uint64_t number, const ProcessHistory::Program& program) {
               {"arguments", program.request.arguments},
               {"commandLine", program.request.commandLine},
               {"token", ToJson(program.request.token)},
-              {"requester", program.request.requester}};
+              {"requester", program.request.requester},
+              {"waiting", program.waiting.size()}};
   if (program.end) row["exitCode"] = ExitCode(*program.end);
   if (program.end && program.end->signalled) row["signal"] = program.end->value;
   return row;

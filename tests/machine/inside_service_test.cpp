@@ -7,6 +7,7 @@
 
 #include "platform/errors.h"
 #include "platform/host/base/fault_injection.h"
+#include "platform/host/registry/registry_control.h"
 #include "platform/services.h"
 #include "tests/machine/machine_fixture.h"
 
@@ -108,6 +109,7 @@ TEST_F(InsideServiceTest, LeavesNoThreadAndNoDescriptorBehind) {
   ASSERT_EQ(StartDummy(), 0u);
   Stop();
   thread_.join();
+  host::CloseRegistry();
   const std::size_t descriptors = CountDescriptors();
   const std::size_t threads = CountThreads();
   for (int round = 0; round < 3; ++round) {
@@ -117,6 +119,7 @@ TEST_F(InsideServiceTest, LeavesNoThreadAndNoDescriptorBehind) {
     Stop();
     thread_.join();
   }
+  host::CloseRegistry();
   EXPECT_EQ(CountDescriptors(), descriptors);
   EXPECT_EQ(CountThreads(), threads);
 }

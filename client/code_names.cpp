@@ -149,6 +149,18 @@ const Entry* Find(std::uint32_t code) {
   return carriesWin32 ? Find(code & 0xFFFFu) : nullptr;
 }
 
+struct Alias {
+  std::string_view name;
+  std::uint32_t code;
+};
+
+// Further names under which codes of the table are looked up.
+constexpr Alias kAliases[] = {
+    {"E_ACCESSDENIED", 0x80070005}, {"E_HANDLE", 0x80070006},   {"E_OUTOFMEMORY", 0x8007000E},
+    {"E_INVALIDARG", 0x80070057},   {"RPC_S_ACCESS_DENIED", 5}, {"RPC_X_SS_CONTEXT_MISMATCH", 6},
+    {"RPC_S_OUT_OF_MEMORY", 14},    {"RPC_S_INVALID_ARG", 87},  {"NO_ERROR", 0},
+};
+
 const Entry* FindResult(std::uint32_t result) {
   return result < std::size(kResults) ? &kResults[result] : Find(result);
 }
@@ -200,11 +212,13 @@ std::string DescribeResult(std::uint32_t result) {
 }
 
 std::optional<std::uint32_t> CodeOfName(std::string_view name) {
-  auto match = [name](const Entry& entry) { return SameName(entry.name, name); };
   for (const Entry& entry : kResults)
-    if (match(entry)) return entry.code;
-  const Entry* found = std::find_if(std::begin(kEntries), std::end(kEntries), match);
-  return found == std::end(kEntries) ? std::nullopt : std::optional(found->code);
+    if (SameName(entry.name, name)) return entry.code;
+  for (const Entry& entry : kEntries)
+    if (SameName(entry.name, name)) return entry.code;
+  for (const Alias& alias : kAliases)
+    if (SameName(alias.name, name)) return alias.code;
+  return std::nullopt;
 }
 
 }  // namespace client

@@ -30,6 +30,7 @@ constexpr InterfaceAnswer kAnswers[] = {
     {0x80070015, kProcedure, "subscription: wait", "the subscription no longer accepts waits: the service is stopping"},
     {0x800704C7, kProcedure, "subscription: wait", "the wait was cancelled by the service"},
     {0x800706FF, kRuntime, "subscription: wait", "another wait on the same subscription is still in progress"},
+    {0x80070002, kProcedure, "app service: register", "the calling user's hive is not loaded"},
     {0x80070002, kProcedure, "app service: unregister, query", "nothing is registered for the package and the event"},
     {0x80070002, kProcedure, "run as system", "the program of the allow-list does not exist"},
     {0x800700EA, kProcedure, "app service: query", "the registered name has 40 characters or more"},

@@ -44,17 +44,20 @@ void Show(const Options& options, const Request& request, const std::vector<Star
     std::printf("exit code %u\n", static_cast<unsigned>(exitCode));
 }
 
+int Refuse(const Options& options, const Request& request, const client::Status& status) {
+  const Gate gate = status.FromRuntime() ? GateOf(status) : GateOfRun(status, ReadRunFacts(ToWide(request.command)));
+  return ReportStatus(options, "run \"" + request.command + "\" as system", status, gate);
+}
+
 int Run(const Options& options, const Request& request) {
   client::Connection connection;
   if (int code = Connect(options, &connection); code != kDone) return code;
-  const WideString command = ToWide(request.command);
   const StartedPrograms programs;
   DWORD exitCode = 0;
   const client::Status status = client::RunAsSystem(
-      connection, {command, ToWide(request.parameters), !request.noWait, request.clientSession}, &exitCode);
-  if (!status.Ok())
-    return ReportStatus(options, "run \"" + request.command + "\" as system", status,
-                        GateOfRun(status, ReadRunFacts(command)));
+      connection, {ToWide(request.command), ToWide(request.parameters), !request.noWait, request.clientSession},
+      &exitCode);
+  if (!status.Ok()) return Refuse(options, request, status);
   Show(options, request, programs.ByService(), exitCode);
   return kDone;
 }

@@ -34,6 +34,7 @@ TEST(CodeNamesTest, KnowsResultsAndNames) {
   EXPECT_EQ(ResultName(0x80004005), "E_FAIL");
   EXPECT_EQ(CodeOfName("rpc_s_server_unavailable"), 1722u);
   EXPECT_EQ(CodeOfName("S_FALSE"), 1u);
+  EXPECT_EQ(CodeOfName("e_accessdenied"), 0x80070005u);
   EXPECT_EQ(CodeOfName("WAIT_FAILED"), 0xFFFFFFFFu);
   EXPECT_EQ(CodeOfName("RPC_S_SERVER"), std::nullopt);
   EXPECT_EQ(CodeOfName(""), std::nullopt);

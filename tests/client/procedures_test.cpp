@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
+#include <future>
 
 #include "client/app_services.h"
 #include "client/device_session.h"
@@ -66,6 +68,22 @@ TEST_F(ProceduresTest, AClosedSessionCanBeOpenedAgain) {
   EXPECT_EQ(value, 7u);
   EXPECT_THAT(Calls(), ElementsAre("Device_Create", "Device_Close", "Device_Create", "Device_Close"));
   EXPECT_TRUE(session.Open().Ok());
+}
+
+// One thread ends what others still use.
+TEST_F(ProceduresTest, ACloseWaitsForTheCallsOfOtherThreads) {
+  DeviceSession session(connection_);
+  ASSERT_TRUE(session.Open().Ok());
+  procedures_.Hold();
+  DWORD value = 0;
+  auto call = std::async(std::launch::async, [&] { return session.Call(1, 2, 3, 4, &value); });
+  ASSERT_TRUE(procedures_.AwaitCalls(2));
+  auto close = std::async(std::launch::async, [&] { return session.Close(); });
+  EXPECT_EQ(close.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  procedures_.Release();
+  EXPECT_TRUE(call.get().Ok());
+  EXPECT_TRUE(close.get().Ok());
+  EXPECT_THAT(Calls(), ElementsAre("Device_Create", "Device_CallFuncMethod 1 2 3 4", "Device_Close"));
 }
 
 TEST_F(ProceduresTest, RegistrationsCarryTheirFlags) {

@@ -1,5 +1,6 @@
 // The client's commands against the real service: what they answer, what they show, and who refuses them.
 #include <gmock/gmock.h>
+#include <signal.h>
 
 #include "tests/system/tool_fixture.h"
 
@@ -10,23 +11,10 @@ using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
 
-constexpr const char* kPackage = "Quorvex.Settings_m3tq8v0kc2wna";
-constexpr const char* kHardwareSettings = "Quorvex.hkd04A7DeviceHardwareSettings_m3tq8v0kc2wna";
-
-std::vector<std::string> Joined(std::vector<std::string> first, const std::vector<std::string>& second) {
-  first.insert(first.end(), second.begin(), second.end());
-  return first;
-}
-
 class ClientCommandsTest : public ToolTest {
  protected:
   void SetUp() override { Done({"up"}); }
 
-  // Runs the tool as a process of the machine, with the identity of the options.
-  ToolResult RunAs(const std::vector<std::string>& identity, const std::vector<std::string>& arguments) {
-    const std::vector<std::string> program = {"--", ProgramFolder() + "/hkd04a7ctl"};
-    return Run(Joined(Joined({"run"}, identity), Joined(program, arguments)));
-  }
   ToolResult RunPackaged(const std::vector<std::string>& arguments) {
     return RunAs({"--package", kPackage}, arguments);
   }
@@ -122,6 +110,21 @@ TEST_F(ClientCommandsTest, RunsWithoutWaitingAndInTheCallersSession) {
       RunAs({"--user", "anna", "--package", kPackage}, {"run-as-system", "nap", "--client-session", "--json"}).output);
   EXPECT_EQ(there.at("exitCode"), 0);
   EXPECT_EQ(there.at("started")[0].at("session"), 1);
+}
+
+// A client that waits for a program learns at once that the service is gone.
+TEST_F(ClientCommandsTest, AKilledServiceEndsTheRequest) {
+  Done({"caps", "grant", kPackage});
+  Done({"allow", "add", "nap", "/bin/sleep", "60"});
+  const auto request =
+      Begin({"run", "--package", kPackage, "--", ProgramFolder() + "/hkd04a7ctl", "run-as-system", "nap"});
+  std::string status;
+  for (int tries = 0; tries < 200 && status.find("/bin/sleep") == std::string::npos; ++tries) status = Done({"status"});
+  ASSERT_THAT(status, HasSubstr("/bin/sleep"));
+  ASSERT_EQ(kill(ServicePid(), SIGKILL), 0);
+  const ToolResult result = request->Finish();
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_THAT(result.output, HasSubstr("Hkd04a7Rpc_RunFileAsSystem answered 1726 (RPC_S_CALL_FAILED"));
 }
 
 TEST_F(ClientCommandsTest, TheEndpointKeepsAppContainersOut) {

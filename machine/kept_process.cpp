@@ -121,7 +121,7 @@ json KeptProcess::KeeperRequest() const {
 // All of it as a list, or what is different from the daemon's as an object.
 json KeptProcess::Environment() const {
   if (request_.environment) return *request_.environment;
-  json changes = json{{"HKD04A7_USER_SID", request_.token.userSid}};
+  json changes = json::object();
   if (!table_.settings_.machineRoot.empty()) changes["HKD04A7_MACHINE"] = table_.settings_.machineRoot;
   return changes;
 }

@@ -66,7 +66,7 @@ TEST_F(CallerTest, DescendantsOfAContainedProgramAreContainedToo) {
       Call() + "; exit $?",                                 // a child
       "sh -c \"" + Call() + "; exit \\$?\"; exit $?",       // a child's child
       "setsid " + Call() + "; exit $?",                     // in a session of its own
-      "HKD04A7_USER_SID=S-1-5-18 " + Call() + "; exit $?",  // whatever it says of itself
+      "USER=SYSTEM USERNAME=SYSTEM " + Call() + "; exit $?",  // whatever it says of itself
       "env -i HKD04A7_MACHINE='" + Machine() + "' " + Call() + "; exit $?",
   };
   for (const std::string& line : lines) {

@@ -43,6 +43,7 @@ ServiceManager::ServiceManager(Loop& loop, ProcessTable& processes, const std::s
                                ServiceRunner::Launcher launcher)
     : loop_(loop),
       store_(storePath),
+      configurator_(loop, store_, services_),
       waits_(loop),
       runner_(loop, processes, services_, waits_, std::move(launcher)),
       notices_(loop, services_) {}
@@ -54,80 +55,19 @@ bool ServiceManager::Load(std::string* error) {
 }
 
 void ServiceManager::AddOperations(OpRegistry& operations) {
-  operations.Add("service.create", [this](const Request& request) { Create(request); });
-  operations.Add("service.config", [this](const Request& request) { Configure(request); });
-  operations.Add("service.delete", [this](const Request& request) { Delete(request); });
+  configurator_.AddOperations(operations);
   operations.Add("service.list", [this](const Request& request) { List(request); });
   operations.Add("service.start", [this](const Request& request) { Start(request); });
   operations.Add("service.stop", [this](const Request& request) { Stop(request); });
   operations.Add("service.control", [this](const Request& request) { Control(request); });
   operations.Add("service.query", [this](const Request& request) {
-    if (const auto service = Named(request)) request.responder.Reply(Describe(*service));
+    if (const auto service = NamedService(services_, request)) request.responder.Reply(Describe(*service));
   });
   operations.Add("service.history", [this](const Request& request) {
-    if (const auto service = Named(request)) request.responder.Reply(json{{"history", service->history.entries()}});
+    if (const auto service = NamedService(services_, request))
+      request.responder.Reply(json{{"history", service->history.entries()}});
   });
   runner_.AddOperations(operations);
-}
-
-std::shared_ptr<Service> ServiceManager::Named(const Request& request) const {
-  const std::string name = request.body.at("name").get<std::string>();
-  const auto found = services_.find(name);
-  if (found != services_.end()) return found->second;
-  request.responder.Fail(ERROR_SERVICE_DOES_NOT_EXIST, "there is no service '" + name + "'");
-  return nullptr;
-}
-
-void ServiceManager::Create(const Request& request) {
-  ServiceConfiguration configuration;
-  ReadConfiguration(request.body, &configuration);
-  std::string error = FaultOf(configuration);
-  if (!error.empty()) return request.responder.Fail(ERROR_INVALID_PARAMETER, error);
-  if (const auto found = services_.find(configuration.name); found != services_.end() && found->second->markedForDelete)
-    return request.responder.Fail(ERROR_SERVICE_MARKED_FOR_DELETE, "the service of that name is being deleted");
-  if (store_.Find(configuration.name) != nullptr)
-    return request.responder.Fail(ERROR_SERVICE_EXISTS, "there is a service '" + configuration.name + "' already");
-  if (!store_.Put(configuration, &error)) return request.responder.Fail(ERROR_WRITE_FAULT, error);
-  services_[configuration.name] = std::make_shared<Service>(loop_, configuration.name);
-  request.responder.Done();
-}
-
-void ServiceManager::Configure(const Request& request) {
-  const auto service = Named(request);
-  if (service == nullptr) return;
-  ServiceConfiguration configuration = *store_.Find(service->name);
-  ReadConfiguration(request.body, &configuration);
-  configuration.name = service->name;
-  std::string error = FaultOf(configuration);
-  if (!error.empty()) return request.responder.Fail(ERROR_INVALID_PARAMETER, error);
-  if (!store_.Put(configuration, &error)) return request.responder.Fail(ERROR_WRITE_FAULT, error);
-  service->history.Add("configured", json{{"startType", configuration.startType}});
-  request.responder.Done();
-}
-
-void ServiceManager::Delete(const Request& request) {
-  const auto service = Named(request);
-  if (service == nullptr) return;
-  if (service->markedForDelete)
-    return request.responder.Fail(ERROR_SERVICE_MARKED_FOR_DELETE, "the service goes when it has stopped");
-  std::string error;
-  if (!store_.Remove(service->name, &error)) return request.responder.Fail(ERROR_WRITE_FAULT, error);
-  service->markedForDelete = true;
-  request.responder.Done();
-  RemoveMarked();
-}
-
-// A service deleted while it ran stays until it has stopped.
-void ServiceManager::RemoveMarked() {
-  bool waiting = false;
-  std::erase_if(services_, [&](const auto& entry) {
-    const Service& service = *entry.second;
-    if (!service.markedForDelete) return false;
-    const bool gone = service.status.state == kStopped && service.pid == 0;
-    waiting = waiting || !gone;
-    return gone;
-  });
-  if (waiting) loop_.After(kShutdownLook, [this] { RemoveMarked(); });
 }
 
 void ServiceManager::List(const Request& request) const {
@@ -137,7 +77,7 @@ void ServiceManager::List(const Request& request) const {
 }
 
 void ServiceManager::Start(const Request& request) {
-  const auto service = Named(request);
+  const auto service = NamedService(services_, request);
   if (service == nullptr) return;
   const auto arguments = request.body.value("arguments", std::vector<std::string>{});
   const bool wait = request.body.value("wait", true);
@@ -156,7 +96,7 @@ void ServiceManager::Start(const Request& request) {
 }
 
 void ServiceManager::Stop(const Request& request) {
-  const auto service = Named(request);
+  const auto service = NamedService(services_, request);
   if (service == nullptr) return;
   const bool wait = request.body.value("wait", true);
   const std::chrono::milliseconds limit{request.body.value("timeoutMs", 0)};
@@ -171,7 +111,7 @@ void ServiceManager::Stop(const Request& request) {
 }
 
 void ServiceManager::Control(const Request& request) {
-  const auto service = Named(request);
+  const auto service = NamedService(services_, request);
   if (service == nullptr) return;
   ServiceControl control{request.body.at("control").get<DWORD>(),
                          request.body.value("eventType", DWORD{0}),

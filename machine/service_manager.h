@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "machine/op_registry.h"
+#include "machine/service_configurator.h"
 #include "machine/service_notices.h"
 #include "machine/service_runner.h"
 #include "machine/service_store.h"
@@ -43,21 +44,17 @@ class ServiceManager {
   nlohmann::json Report() const;
 
  private:
-  void Create(const Request& request);
-  void Configure(const Request& request);
-  void Delete(const Request& request);
   void List(const Request& request) const;
   void Start(const Request& request);
   void Stop(const Request& request);
   void Control(const Request& request);
   void AwaitShutdown(std::vector<std::shared_ptr<Service>> told, Clock::time_point limit, std::function<void()> done);
-  void RemoveMarked();
   nlohmann::json Describe(const Service& service) const;
-  std::shared_ptr<Service> Named(const Request& request) const;
 
   Loop& loop_;
   ServiceStore store_;
   Services services_;
+  ServiceConfigurator configurator_;
   ServiceWaits waits_;
   ServiceRunner runner_;
   ServiceNotices notices_;

@@ -6,7 +6,7 @@
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/identity/thread_token.h"
 #include "platform/host/kernel/handle_table.h"
-#include "platform/registry.h"
+#include "platform/processes.h"
 #include "platform/rpc_client.h"
 #include "tests/auth/requests.h"
 
@@ -119,6 +119,27 @@ TEST_F(Impersonation, ATokensUserIsReadInTwoCalls) {
   });
 }
 
+// A holder with a profile, which no code here loads.
+class HolderWithProfile : public CAccessToken {
+ public:
+  explicit HolderWithProfile(HANDLE handle) : CAccessToken(handle) { userProfile = &profile_; }
+  bool IsEmpty() const { return token == nullptr && userProfile == nullptr; }
+
+ private:
+  int profile_ = 0;
+};
+
+TEST(TokenHolder, LeavesTheLastErrorWhereItWas) {
+  HANDLE token = nullptr;
+  ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token));
+  HolderWithProfile holder(token);
+  SetLastError(4711);
+  holder.Clear();
+  EXPECT_EQ(GetLastError(), 4711u) << "also where the profile cannot be unloaded";
+  EXPECT_TRUE(holder.IsEmpty());
+  EXPECT_TRUE(host::OpenHandleCounts().empty());
+}
+
 TEST(Sid, IsHeldByValue) {
   CSid sid;
   EXPECT_EQ(sid.Sid(), W("")) << "none is held";
@@ -134,7 +155,6 @@ TEST(Sid, IsHeldByValue) {
   EXPECT_FALSE(sid.Assign(&everyone));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_SID));
   EXPECT_EQ(sid.Sid(), W("S-1-1-0"));
-  EXPECT_EQ(host::OpenHandleCounts().size(), 0u);
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 #include "platform/host/base/process_stat.h"
 
+#include <algorithm>
+#include <charconv>
 #include <fstream>
-#include <sstream>
+#include <system_error>
 
 namespace host {
 
@@ -10,18 +12,35 @@ namespace {
 // Fields between the parent and the start time.
 constexpr int kFieldsBetween = 17;
 
+// Takes the next field, which blanks end, off `line`.
+std::string_view NextField(std::string_view* line) {
+  const std::size_t begin = line->find_first_not_of(' ');
+  if (begin == std::string_view::npos) return {};
+  const std::size_t end = std::min(line->find(' ', begin), line->size());
+  const std::string_view field = line->substr(begin, end - begin);
+  line->remove_prefix(end);
+  return field;
+}
+
+template <typename Number>
+bool ReadNumber(std::string_view field, Number* number) {
+  const auto result = std::from_chars(field.data(), field.data() + field.size(), *number);
+  return result.ec == std::errc() && result.ptr == field.data() + field.size();
+}
+
 }  // namespace
 
 std::optional<ProcessStat> ParseProcessStat(std::string_view line) {
   // The program's name stands in parentheses and may hold anything, so the fields are counted from the last one.
   const std::size_t nameEnd = line.rfind(')');
   if (nameEnd == std::string_view::npos) return std::nullopt;
-  std::istringstream fields{std::string(line.substr(nameEnd + 1))};
+  line.remove_prefix(nameEnd + 1);
   ProcessStat stat;
-  fields >> stat.state >> stat.parent;
-  std::string skipped;
-  for (int field = 0; field < kFieldsBetween; ++field) fields >> skipped;
-  if (!(fields >> stat.startTime)) return std::nullopt;
+  const std::string_view state = NextField(&line);
+  if (state.size() != 1 || !ReadNumber(NextField(&line), &stat.parent)) return std::nullopt;
+  stat.state = state.front();
+  for (int field = 0; field < kFieldsBetween; ++field) NextField(&line);
+  if (!ReadNumber(NextField(&line), &stat.startTime)) return std::nullopt;
   return stat;
 }
 

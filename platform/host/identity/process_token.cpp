@@ -58,15 +58,20 @@ Search FindRow(pid_t pid, std::uint64_t startTime, TokenFacts* token) {
   }
 }
 
+// Whether `parent`, read by the number in `stat`, is the parent of `pid` and not a later process with that number.
+bool IsStillParent(const ProcessStat& parent, pid_t pid, const ProcessStat& stat) {
+  if (parent.startTime < stat.startTime) return true;  // a later one would have started after the parent's end
+  const auto again = ReadProcessStat(pid);
+  return again && again->startTime == stat.startTime && again->parent == stat.parent;
+}
+
 // One walk upwards from a process. `*changed`: an ancestor ended meanwhile, so its children have another parent by now.
 Search WalkUp(pid_t pid, ProcessStat stat, TokenFacts* token, bool* changed) {
   while (true) {
     const Search row = FindRow(pid, stat.startTime, token);
     if (row != Search::kNone || stat.parent <= 1) return row;
     const auto parent = ReadProcessStat(stat.parent);
-    // While it is still the parent, its number meant the same process all the time.
-    const auto again = ReadProcessStat(pid);
-    *changed = !parent || !again || again->startTime != stat.startTime || again->parent != stat.parent;
+    *changed = !parent || !IsStillParent(*parent, pid, stat);
     if (*changed) return Search::kNone;
     pid = stat.parent;
     stat = *parent;

@@ -3,7 +3,8 @@
 // Tracing is off unless the registry switch "EnableLog" was set when the process started; while it is off a call costs
 // one test of a boolean and formats nothing. A line is passed on exactly as formatted, without a time stamp or a line
 // end of its own; one of more than 199 characters is cut to 199, never between the halves of a surrogate pair.
-// Callable from every thread; no lock, no allocation.
+// Callable from every thread; no lock, no allocation. The last error stays as it was, so that a failure can be logged
+// and then answered.
 #pragma once
 
 #include <span>

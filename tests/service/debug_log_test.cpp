@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "platform/errors.h"
 #include "platform/host/kernel/debug_output.h"
 
 using namespace Quorvex::PC::Hkd04a7;
@@ -30,6 +31,14 @@ TEST_F(DebugLogTest, PassesLinesOnAsTheyStand) {
   DebugLog(W("HKD04A7: worker thread: ready"));
   DebugLog(W("hkd04a7 %s 1\n"), W("Stop"));
   EXPECT_EQ(lines_, (std::vector<WideString>{W("HKD04A7: worker thread: ready"), W("hkd04a7 Stop 1\n")}));
+}
+
+TEST_F(DebugLogTest, LeavesTheLastErrorToWhoeverAnswersIt) {
+  host::CaptureDebugOutput([](std::u16string_view) { SetLastError(1); });
+  g_enableLog = true;
+  SetLastError(4711);
+  DebugLog(W("failed, err=0x%08x\n"), GetLastError());
+  EXPECT_EQ(GetLastError(), 4711u);
 }
 
 TEST_F(DebugLogTest, CutsAt199Characters) {

@@ -161,6 +161,7 @@ bool ClientConnection::TakePdus(std::vector<Ending>& endings) {
     PduStream::Item item;
     switch (stream_.Next(item)) {
       case PduStream::Outcome::Incomplete:
+        stream_.Drained();
         return true;
       case PduStream::Outcome::Refused:
         return false;

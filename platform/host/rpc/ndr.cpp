@@ -137,7 +137,8 @@ void PutArguments(ByteWriter& writer, const Procedure& procedure, Syntax syntax,
 }  // namespace
 
 std::uint32_t ReadRequest(const Procedure& procedure, Syntax syntax, std::span<const std::byte> stub, Call& call) {
-  call.arguments.assign(procedure.parameters.size(), Argument{});
+  call.arguments.clear();
+  call.arguments.resize(procedure.parameters.size());
   call.result = 0;
   ByteReader reader(stub);
   const bool good = GetArguments(reader, procedure, syntax, IsIn, call) && reader.Left() < kPadding;

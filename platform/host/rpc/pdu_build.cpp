@@ -1,5 +1,9 @@
 #include "platform/host/rpc/pdu_build.h"
 
+#include <algorithm>
+#include <array>
+#include <cstring>
+
 #include "platform/host/rpc/wire_bytes.h"
 
 namespace host::rpc {
@@ -7,18 +11,14 @@ namespace host::rpc {
 namespace {
 
 constexpr std::size_t kFragmentLengthOffset = 8;
+constexpr std::size_t kCallIdOffset = 12;
 constexpr std::size_t kStubAlignment = 8;  // of every fragment's share but the last
 
+// The fragment length is filled in by Finish; there is no authentication.
 void PutHeader(PduType type, std::uint8_t flags, std::uint32_t callId, ByteWriter& writer) {
-  constexpr std::uint8_t kVersion[] = {5, 0};
-  constexpr std::uint8_t kRepresentation[] = {0x10, 0, 0, 0};
-  writer.Append(std::as_bytes(std::span(kVersion)));
-  writer.Put(type);
-  writer.Put(flags);
-  writer.Append(std::as_bytes(std::span(kRepresentation)));
-  writer.Put<std::uint16_t>(0);  // fragment length, once it is known
-  writer.Put<std::uint16_t>(0);  // no authentication
-  writer.Put(callId);
+  std::array<std::uint8_t, kHeaderSize> header = {5, 0, static_cast<std::uint8_t>(type), flags, 0x10};
+  std::memcpy(&header[kCallIdOffset], &callId, sizeof(callId));
+  writer.Append(std::as_bytes(std::span(header)));
 }
 
 void Finish(ByteWriter& writer) {
@@ -63,6 +63,8 @@ void AppendHeaderOnly(PduType type, std::uint32_t callId, Bytes& out) {
 template <typename PutBody>
 void AppendFragments(PduType type, std::uint8_t flags, std::uint32_t callId, std::span<const std::byte> stub,
                      std::size_t room, PutBody putBody, Bytes& out) {
+  constexpr std::size_t kLongestHeaders = 2 * kCallHeaderSize;
+  if (out.empty()) out.reserve(std::min(stub.size(), room) + kLongestHeaders);
   bool last = false;
   for (bool first = true; !last; first = false) {
     last = stub.size() <= room;

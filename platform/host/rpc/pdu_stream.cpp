@@ -25,10 +25,6 @@ void PduStream::Filled(std::size_t count) {
 
 PduStream::Outcome PduStream::Next(Item& item) {
   const auto bytes = std::span<const std::byte>(buffer_).subspan(begin_);
-  if (bytes.empty() && buffer_.capacity() > kKept) {
-    buffer_ = {};
-    begin_ = 0;
-  }
   if (bytes.size() < kHeaderSize) return Outcome::Incomplete;
   item.error = ParseHeader(bytes.first<kHeaderSize>(), item.header);
   if (item.error) return Outcome::Refused;
@@ -36,6 +32,14 @@ PduStream::Outcome PduStream::Next(Item& item) {
   item.pdu = bytes.first(item.header.fragmentLength);
   begin_ += item.header.fragmentLength;
   return Outcome::Pdu;
+}
+
+bool PduStream::Drained() {
+  if (begin_ < buffer_.size()) return false;
+  if (buffer_.capacity() > kKept) buffer_ = {};
+  buffer_.clear();
+  begin_ = 0;
+  return true;
 }
 
 }  // namespace host::rpc

@@ -28,6 +28,10 @@ class PduStream {
   // Takes the next PDU off.
   Outcome Next(Item& item);
 
+  // Whether all that came has been taken off. The stream then gives back what long PDUs needed, and with it the last
+  // item's bytes.
+  bool Drained();
+
  private:
   std::vector<std::byte> buffer_;
   std::size_t begin_ = 0;  // of what has not been taken off yet

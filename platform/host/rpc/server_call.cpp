@@ -119,9 +119,12 @@ std::uint32_t ServerCall::Invoke() {
 
 void ServerCall::SendResponse() {
   GiveOutHandles();
-  Bytes bytes;
+  // The thread's, so that a reply costs no memory of its own.
+  thread_local Bytes stub;
+  thread_local Bytes bytes;
+  stub.clear();
+  bytes.clear();
   if (!orphaned_) {
-    Bytes stub;
     WriteResponse(*request_.procedure, request_.syntax, request_.call, stub);
     ResponsePdu response;
     response.contextId = request_.presentationContext;

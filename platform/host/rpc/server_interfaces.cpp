@@ -74,9 +74,7 @@ Admission InterfaceTable::Admit(ServerInterface& interface, const Procedure& pro
 }
 
 void InterfaceTable::RoutineEnded(ServerInterface& interface, const Procedure& procedure) {
-  if (procedure.asynchronous) return;
-  std::lock_guard guard(lock_);
-  --interface.limitedCalls;
+  if (!procedure.asynchronous) --interface.limitedCalls;
 }
 
 void InterfaceTable::CallEnded(ServerInterface& interface, const Procedure& procedure) {

@@ -1,6 +1,7 @@
 // The interfaces this process offers, and how many of their calls are in progress.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <map>
@@ -19,11 +20,11 @@ struct ServerInterface {
   const InterfaceDescription* description = nullptr;
   bool registered = false;
   unsigned maxCalls = 0;
-  std::string descriptor;          // who may call, as SDDL; empty: everyone
-  unsigned openCalls = 0;          // admitted and not ended
-  unsigned limitedCalls = 0;       // those of them that count towards the limit: synchronous, without an outcome
-  unsigned asynchronousCalls = 0;  // those of them that are asynchronous
-  std::vector<unsigned> callsOf;   // those of each procedure
+  std::string descriptor;                 // who may call, as SDDL; empty: everyone
+  unsigned openCalls = 0;                 // admitted and not ended
+  std::atomic<unsigned> limitedCalls{0};  // those of them that count towards the limit: synchronous, without an outcome
+  unsigned asynchronousCalls = 0;         // those of them that are asynchronous
+  std::vector<unsigned> callsOf;          // those of each procedure
 };
 
 enum class Admission : std::uint8_t { Admitted, UnknownInterface, TooBusy };

@@ -23,15 +23,18 @@ void PostedTasks::Post(std::shared_ptr<Task> task) {
   {
     std::lock_guard guard(lock_);
     tasks_.push_back(std::move(task));
+    any_ = true;
   }
   eventfd_write(event_, 1);
 }
 
 std::shared_ptr<Task> PostedTasks::Take() {
+  if (!any_) return nullptr;
   std::lock_guard guard(lock_);
   if (tasks_.empty()) return nullptr;
   auto task = std::move(tasks_.front());
   tasks_.pop_front();
+  any_ = !tasks_.empty();
   return task;
 }
 

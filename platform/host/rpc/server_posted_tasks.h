@@ -1,6 +1,7 @@
 // Tasks that have become ready on a thread other than the polling one, which runs them.
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -28,6 +29,7 @@ class PostedTasks {
 
  private:
   const int event_;
+  std::atomic<bool> any_{false};  // whether tasks_ holds one; looked at first, without the lock
   std::mutex lock_;
   std::deque<std::shared_ptr<Task>> tasks_;
 };

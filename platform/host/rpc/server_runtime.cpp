@@ -118,22 +118,22 @@ std::shared_ptr<Task> ServerRuntime::Next() {
 
 // One PDU of each session in turn.
 std::shared_ptr<Task> ServerRuntime::NextFromSessions() {
-  const auto session = std::move(withInput_.front());
+  auto session = std::move(withInput_.front());
   withInput_.pop_front();
   session->queued = false;
   std::shared_ptr<Task> task;
   const bool more = session->Next(&task);
   if (more) {
-    Queue(session);
+    Queue(std::move(session));
   } else if (session->Over()) {
     task = End(*session);
   }
   return task;
 }
 
-void ServerRuntime::Queue(const std::shared_ptr<ServerSession>& session) {
+void ServerRuntime::Queue(std::shared_ptr<ServerSession> session) {
   if (std::exchange(session->queued, true)) return;
-  withInput_.push_back(session);
+  withInput_.push_back(std::move(session));
 }
 
 std::shared_ptr<Task> ServerRuntime::End(ServerSession& session) {
@@ -151,7 +151,6 @@ std::shared_ptr<Task> ServerRuntime::End(ServerSession& session) {
 }
 
 std::shared_ptr<ServerSession> ServerRuntime::FindSession(std::uint64_t id) const {
-  std::lock_guard guard(lock_);
   const auto found = sessions_.find(id);
   return found == sessions_.end() ? nullptr : found->second;
 }
@@ -165,7 +164,7 @@ void ServerRuntime::Poll(int timeout) {
 
 void ServerRuntime::HandleEvent(std::uint64_t id, std::uint32_t events) {
   if (id == kPostedId) return posted_.Acknowledge();
-  const auto session = FindSession(id);
+  auto session = FindSession(id);
   if (!session) return AcceptFrom(id);
   auto& connection = session->connection();
   if ((events & EPOLLOUT) != 0) connection.Flush();
@@ -175,7 +174,7 @@ void ServerRuntime::HandleEvent(std::uint64_t id, std::uint32_t events) {
   } else if (hungUp) {
     session->SetHungUp();
   }
-  Queue(session);
+  Queue(std::move(session));
 }
 
 void ServerRuntime::AcceptFrom(std::uint64_t listener) {

@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/host/rpc/server_contexts.h"
@@ -58,7 +59,7 @@ class ServerRuntime final : public TaskSource {
   void AcceptOne(int socket, const ServerEndpoint& endpoint);
   std::uint64_t TakeId();
   void PauseAccepting(bool pause);
-  void Queue(const std::shared_ptr<ServerSession>& session);
+  void Queue(std::shared_ptr<ServerSession> session);
   std::shared_ptr<Task> End(ServerSession& session);
   std::shared_ptr<ServerSession> FindSession(std::uint64_t id) const;
 
@@ -79,7 +80,8 @@ class ServerRuntime final : public TaskSource {
   bool listening_ = false;
   std::uint64_t nextId_;
   std::map<std::uint64_t, ServerEndpoint> endpoints_;
-  std::map<std::uint64_t, std::shared_ptr<ServerSession>> sessions_;
+  // Changed by the polling thread alone, which therefore looks into it without the lock.
+  std::unordered_map<std::uint64_t, std::shared_ptr<ServerSession>> sessions_;
 };
 
 }  // namespace host::rpc

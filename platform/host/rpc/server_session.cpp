@@ -23,7 +23,8 @@ bool ServerSession::Next(std::shared_ptr<Task>* task) {
   switch (stream_.Next(item)) {
     case PduStream::Outcome::Pdu:
       *task = Handle(item.header, item.pdu);
-      return true;
+      drained_ = stream_.Drained();
+      return !drained_ || Over();
     case PduStream::Outcome::Refused:
       Answer(item.header, item.error);
       over_ = true;

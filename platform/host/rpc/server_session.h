@@ -30,8 +30,8 @@ class ServerSession {
   // Reads what has arrived.
   void Receive();
 
-  // Takes one PDU out of what has been read. Answers false when there is none that may be taken now. A request that can
-  // run becomes `*task`.
+  // Takes one PDU out of what has been read. Answers whether to come again: false when there is none left that may be
+  // taken now. A request that can run becomes `*task`.
   bool Next(std::shared_ptr<Task>* task);
 
   // Nothing is to come any more: the client has left the protocol, or has gone and all it sent before is done.

@@ -71,11 +71,7 @@ void CallThreads::ThreadMain() {
     bool holding = true;
     while (holding) {
       auto task = source_.Next();
-      if (!task) continue;
-      RunTasks(std::move(task), turn);
-      std::lock_guard guard(lock_);
-      holding = turn == turn_;
-      if (!holding) --detached_;
+      if (task) holding = RunTasks(std::move(task), turn);
     }
   }
 }
@@ -96,12 +92,15 @@ bool CallThreads::AwaitTurn(std::uint64_t* turn) {
   return true;
 }
 
-void CallThreads::RunTasks(std::shared_ptr<Task> task, std::uint64_t turn) {
+// Runs a task and what follows from it. True when the thread still holds the turn after that.
+bool CallThreads::RunTasks(std::shared_ptr<Task> task, std::uint64_t turn) {
+  bool holding = true;
   while (task) {
     if (BeginRun(turn)) ArmWatch(kTick);
     task = task->Run();
-    EndRun(turn);
+    holding = EndRun(turn, task == nullptr);
   }
+  return holding;
 }
 
 // True when the watch has to be armed. Nothing to do for a thread that has lost its turn.
@@ -113,11 +112,15 @@ bool CallThreads::BeginRun(std::uint64_t turn) {
   return !std::exchange(watching_, true);
 }
 
-bool CallThreads::EndRun(std::uint64_t turn) {
+// True when the thread still holds the turn.
+bool CallThreads::EndRun(std::uint64_t turn, bool last) {
   std::lock_guard guard(lock_);
-  if (turn != turn_) return false;
-  running_ = false;
-  return true;
+  if (turn == turn_) {
+    running_ = false;
+    return true;
+  }
+  if (last) --detached_;
+  return false;
 }
 
 void CallThreads::WatchMain() {

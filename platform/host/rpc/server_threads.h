@@ -54,9 +54,9 @@ class CallThreads {
   bool AddThread();
   void ThreadMain();
   bool AwaitTurn(std::uint64_t* turn);
-  void RunTasks(std::shared_ptr<Task> task, std::uint64_t turn);
+  bool RunTasks(std::shared_ptr<Task> task, std::uint64_t turn);
   bool BeginRun(std::uint64_t turn);
-  bool EndRun(std::uint64_t turn);
+  bool EndRun(std::uint64_t turn, bool last);
   void WatchMain();
   bool Tick();
   void HandTurnOver();

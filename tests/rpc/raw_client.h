@@ -22,8 +22,8 @@ struct RawReply {
 
 class RawClient {
  public:
-  // Connects to the endpoint of the current machine, as whom the thread's ClientIdentityScope says; valid() tells whether
-  // that went well.
+  // Connects to the endpoint of the current machine, as whom the thread's ClientIdentityScope says; valid() tells
+  // whether that went well.
   explicit RawClient(const std::string& endpoint);
   ~RawClient();
   RawClient(RawClient&& other) noexcept;

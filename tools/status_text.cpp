@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 #include "tools/identity_text.h"
 #include "tools/rpc_text.h"
@@ -77,7 +79,10 @@ void AddSessions(Sections& sections, const json& status) {
 // As it was started; a program that has ended shows because of what it left running.
 std::string ProgramText(const json& process) {
   std::string text = process.value("commandLine", "");
-  if (text.empty()) text = process.value("program", process.value("name", ""));
+  if (text.empty()) {
+    text = process.value("program", "");
+    for (const std::string& argument : process.value("arguments", std::vector<std::string>())) text += " " + argument;
+  }
   return process.value("state", "") == "ended" ? text + ", ended" : text;
 }
 

@@ -35,10 +35,15 @@ std::vector<std::string> ProcessesOf(const std::string& machine) {
 
 }  // namespace
 
+std::vector<std::string> Joined(std::vector<std::string> first, const std::vector<std::string>& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
 RunningTool::RunningTool(const std::string& machine, const std::vector<std::string>& arguments) {
-  std::vector<std::string> line = {"--machine", machine};
-  line.insert(line.end(), arguments.begin(), arguments.end());
-  EXPECT_EQ(process_.Start(ProgramFolder() + "/hkd04a7ctl", line, ChildProcess::Reads::OutputAndErrors), 0);
+  EXPECT_EQ(process_.Start(ProgramFolder() + "/hkd04a7ctl", Joined({"--machine", machine}, arguments),
+                           ChildProcess::Reads::OutputAndErrors),
+            0);
 }
 
 bool RunningTool::AwaitOutput(const std::string& text) {
@@ -75,6 +80,16 @@ std::unique_ptr<RunningTool> ToolTest::Begin(const std::vector<std::string>& arg
   return std::make_unique<RunningTool>(machine_, arguments);
 }
 
+std::unique_ptr<RunningTool> ToolTest::BeginAs(const std::vector<std::string>& identity,
+                                               const std::vector<std::string>& arguments) {
+  const std::vector<std::string> program = {"--", ProgramFolder() + "/hkd04a7ctl"};
+  return Begin(Joined(Joined({"run"}, identity), Joined(program, arguments)));
+}
+
+ToolResult ToolTest::RunAs(const std::vector<std::string>& identity, const std::vector<std::string>& arguments) {
+  return BeginAs(identity, arguments)->Finish(std::chrono::seconds(60));
+}
+
 std::unique_ptr<RunningTool> ToolTest::BeginWatch(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "watch");
   auto watch = Begin(arguments);
@@ -99,6 +114,15 @@ bool ToolTest::AwaitState(unsigned state) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return true;
+}
+
+std::string ToolTest::AwaitStatus(const std::string& text, bool holds) {
+  const auto deadline = Clock::now() + kPatience;
+  std::string status;
+  do {
+    status = Done({"status"});
+  } while ((status.find(text) != std::string::npos) != holds && Clock::now() < deadline);
+  return status;
 }
 
 }  // namespace tool

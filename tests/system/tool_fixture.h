@@ -35,6 +35,9 @@ class RunningTool {
   std::string output_;
 };
 
+// Both lists, one after the other.
+std::vector<std::string> Joined(std::vector<std::string> first, const std::vector<std::string>& second);
+
 class ToolTest : public testing::Test {
  protected:
   ToolTest();
@@ -45,6 +48,11 @@ class ToolTest : public testing::Test {
   // The same, of a run that must succeed; answers its output.
   std::string Done(const std::vector<std::string>& arguments);
   std::unique_ptr<RunningTool> Begin(const std::vector<std::string>& arguments);
+  // The same of the tool as a process of the machine, with the identity that the options of `run` give it.
+  ToolResult RunAs(const std::vector<std::string>& identity, const std::vector<std::string>& arguments);
+  std::unique_ptr<RunningTool> BeginAs(const std::vector<std::string>& identity,
+                                       const std::vector<std::string>& arguments);
+
   // A `watch` that has subscribed.
   std::unique_ptr<RunningTool> BeginWatch(std::vector<std::string> arguments = {});
 
@@ -53,6 +61,8 @@ class ToolTest : public testing::Test {
   pid_t ServicePid() { return Query().at("pid").get<pid_t>(); }
   // Asks the control manager until the service's state is `state`.
   bool AwaitState(unsigned state);
+  // Looks at the status until it holds `text`, or holds it no more; answers the last one.
+  std::string AwaitStatus(const std::string& text, bool holds = true);
 
   const std::string& Machine() const { return machine_; }
 
@@ -62,5 +72,9 @@ class ToolTest : public testing::Test {
 
 constexpr unsigned kStopped = 1;
 constexpr unsigned kRunning = 4;
+
+// A package, and the capability that lets an app container use the endpoint.
+constexpr const char* kPackage = "Quorvex.Settings_m3tq8v0kc2wna";
+constexpr const char* kHardwareSettings = "Quorvex.hkd04A7DeviceHardwareSettings_m3tq8v0kc2wna";
 
 }  // namespace tool

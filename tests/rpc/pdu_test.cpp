@@ -335,6 +335,25 @@ TEST(PduStream, CutsWhateverWayTheBytesCome) {
   }
 }
 
+TEST(PduStream, IsDrainedWhenNothingIsLeft) {
+  const auto bytes = FromHex(std::string(kRequest) + kCoCancel);
+  PduStream stream;
+  EXPECT_TRUE(stream.Drained());
+  const auto feed = [&](std::span<const std::byte> part) {
+    std::copy(part.begin(), part.end(), PduStream::Room().begin());
+    stream.Filled(part.size());
+  };
+  feed(std::span(bytes).first(bytes.size() - 1));
+  PduStream::Item item;
+  EXPECT_EQ(stream.Next(item), PduStream::Outcome::Pdu);
+  EXPECT_EQ(stream.Next(item), PduStream::Outcome::Incomplete);
+  EXPECT_FALSE(stream.Drained());
+  feed(std::span(bytes).last(1));
+  EXPECT_EQ(stream.Next(item), PduStream::Outcome::Pdu);
+  EXPECT_EQ(item.header.type, PduType::CoCancel);
+  EXPECT_TRUE(stream.Drained());
+}
+
 TEST(PduStream, StopsAtWhatIsNoPdu) {
   PduStream stream;
   const auto bytes = FromHex("47 45 54 20 2f 20 48 54 54 50 2f 31 2e 31 0d 0a");

@@ -16,7 +16,7 @@ class PduStream {
 
   struct Item {
     PduHeader header;
-    std::span<const std::byte> pdu;  // the whole PDU; good until the next call of Filled or Next
+    std::span<const std::byte> pdu;  // the whole PDU; good until the next call of Filled or Drained
     PduError error;                  // with Refused: what to answer; nothing more can be cut from this stream
   };
 

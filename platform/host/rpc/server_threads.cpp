@@ -112,7 +112,7 @@ bool CallThreads::BeginRun(std::uint64_t turn) {
   return !std::exchange(watching_, true);
 }
 
-// True when the thread still holds the turn.
+// True when the thread still holds the turn. `last`: nothing follows from the task.
 bool CallThreads::EndRun(std::uint64_t turn, bool last) {
   std::lock_guard guard(lock_);
   if (turn == turn_) {

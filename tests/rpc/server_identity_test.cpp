@@ -53,15 +53,26 @@ std::vector<std::byte> ReadToEnd(const RawClient& client) {
   return all;
 }
 
+class Descriptor {
+ public:
+  explicit Descriptor(const char16_t* sddl) {
+    EXPECT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl, SDDL_REVISION_1, &descriptor_, nullptr));
+  }
+  ~Descriptor() { LocalFree(descriptor_); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  PSECURITY_DESCRIPTOR get() const { return descriptor_; }
+
+ private:
+  PSECURITY_DESCRIPTOR descriptor_ = nullptr;
+};
+
 class ServerIdentity : public ServerFixture {
  protected:
-  void OpenEndpoint(const char16_t* name, const char16_t* sddl) {
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl, SDDL_REVISION_1, &descriptor, nullptr));
+  void OpenEndpoint(std::u16string name, const char16_t* sddl) {
     WCHAR protocol[] = u"ncalrpc";
-    std::u16string endpoint = name;
-    EXPECT_EQ(RpcServerUseProtseqEpW(protocol, 10, endpoint.data(), descriptor), RPC_S_OK);
-    LocalFree(descriptor);
+    EXPECT_EQ(RpcServerUseProtseqEpW(protocol, 10, name.data(), Descriptor(sddl).get()), RPC_S_OK);
   }
 };
 
@@ -90,8 +101,40 @@ TEST_F(ServerIdentity, TheEndpointsDescriptorDecidesWhoGetsIn) {
     ASSERT_TRUE(client.valid());
     EXPECT_EQ(client.Bind(kTestInterface) != 0, each.admitted)
         << each.endpoint << " " << each.who.userSid << " " << each.who.capabilities.size();
-    EXPECT_EQ(client.Work(3).fault, each.admitted ? 0 : RawClient::kNoAnswer) << each.endpoint;
   }
+}
+
+TEST_F(ServerIdentity, TheInterfacesDescriptorDecidesWhoCalls) {
+  OpenEndpoint(u"Guarded", u"D:(A;;GA;;;WD)(A;;GA;;;S-1-15-3-5)(A;;GA;;;S-1-15-3-6)");
+  const Descriptor forTheFifth(u"D:(A;;GA;;;WD)(A;;GA;;;S-1-15-3-5)");
+  ASSERT_EQ(RpcServerRegisterIf3(Handle(kOtherInterface), nullptr, nullptr, 0x21, 10, 0, nullptr, forTheFifth.get()),
+            RPC_S_OK);
+  const struct {
+    TokenFacts who;
+    const InterfaceDescription& interface;
+    std::uint32_t fault;
+  } cases[] = {
+      {Numbered(1), kOtherInterface, 0},
+      {Contained({"S-1-15-3-5"}), kOtherInterface, 0},
+      {Contained({"S-1-15-3-6"}), kOtherInterface, kFaultAccessDenied},
+      {Numbered(1), kTestInterface, 0},
+      {Contained({"S-1-15-3-5"}), kTestInterface, kFaultAccessDenied},  // without a descriptor
+  };
+  for (const auto& each : cases) {
+    auto client = ConnectionOf(each.who, kGuarded);
+    ASSERT_NE(client.Bind(each.interface), 0u);
+    Bytes bytes;
+    RequestPdu request;
+    request.procedure = &each.interface == &kTestInterface ? kWork : 0;
+    const std::byte number[4] = {};
+    request.stub = number;
+    AppendRequest(7, request, kMaxFragment, bytes);
+    ASSERT_TRUE(client.Send(bytes));
+    const auto reply = client.Receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->fault, each.fault) << each.who.userSid << " " << each.who.capabilities.size();
+  }
+  EXPECT_EQ(RpcServerUnregisterIf(Handle(kOtherInterface), nullptr, TRUE), RPC_S_OK);
 }
 
 TEST_F(ServerIdentity, ARefusalIsOneFaultAndTheEnd) {

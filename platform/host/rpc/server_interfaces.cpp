@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/host/base/access_rights.h"
+
 namespace host::rpc {
 
 namespace {
@@ -57,6 +59,15 @@ ServerInterface* InterfaceTable::Find(const UUID& uuid, std::uint16_t major, std
     }
   }
   return nullptr;
+}
+
+bool InterfaceTable::Grants(const ServerInterface& interface, const Identity& client) const {
+  std::string descriptor;
+  {
+    std::lock_guard guard(lock_);
+    descriptor = interface.descriptor;
+  }
+  return AccessGranted(descriptor, client, GENERIC_ALL);
 }
 
 Admission InterfaceTable::Admit(ServerInterface& interface, const Procedure& procedure) {

@@ -12,6 +12,7 @@
 
 #include "platform/host/rpc/rpc_types.h"
 #include "platform/host/rpc/stub.h"
+#include "platform/host/security/sddl.h"
 
 namespace host::rpc {
 
@@ -41,6 +42,9 @@ class InterfaceTable {
   // The registered interface a client means, or null: same UUID and major version, minor version not above ours.
   // It stays valid for the life of the process.
   ServerInterface* Find(const UUID& uuid, std::uint16_t major, std::uint16_t minor);
+
+  // Whether the descriptor of an interface on the air lets `client` call it.
+  bool Grants(const ServerInterface& interface, const Identity& client) const;
 
   // Every admitted call counts towards the limit until RoutineEnded, which comes before its client may know the
   // outcome, and ends with CallEnded.

@@ -31,8 +31,9 @@ std::optional<std::uint16_t> AcceptedFeatures(const ContextElement& element) {
 
 }  // namespace
 
-std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const std::vector<ContextElement>& elements,
-                                     bool features, PresentationContexts& contexts) {
+std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const Identity& client,
+                                     const std::vector<ContextElement>& elements, bool features,
+                                     PresentationContexts& contexts) {
   std::vector<ContextResult> results;
   for (const auto& element : elements) {
     const auto accepted = AcceptedFeatures(element);
@@ -52,7 +53,7 @@ std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const std::vect
       results.push_back(Rejected(kReasonTransferSyntaxes));
       continue;
     }
-    contexts[element.id] = {interface, ndr64 ? Syntax::Ndr64 : Syntax::Ndr};
+    contexts[element.id] = {interface, ndr64 ? Syntax::Ndr64 : Syntax::Ndr, interfaces.Grants(*interface, client)};
     results.push_back({kResultAccepted, 0, syntax});
   }
   return results;

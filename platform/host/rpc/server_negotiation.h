@@ -13,6 +13,7 @@ namespace host::rpc {
 struct PresentationContext {
   ServerInterface* interface = nullptr;
   Syntax syntax = Syntax::Ndr;
+  bool granted = false;  // the interface's descriptor lets the client call it
 };
 
 using PresentationContexts = std::map<std::uint16_t, PresentationContext>;
@@ -20,7 +21,8 @@ using PresentationContexts = std::map<std::uint16_t, PresentationContext>;
 // One result for each element. What is accepted is entered in `contexts`. Of the elements that offer one interface,
 // only those of the preferred syntax are accepted: NDR64 where it is offered, else NDR. Bind-time features are answered
 // where `features` says so (in a bind).
-std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const std::vector<ContextElement>& elements,
-                                     bool features, PresentationContexts& contexts);
+std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const Identity& client,
+                                     const std::vector<ContextElement>& elements, bool features,
+                                     PresentationContexts& contexts);
 
 }  // namespace host::rpc

@@ -97,7 +97,7 @@ void ServerSession::Bind(const PduHeader& header, std::span<const std::byte> pdu
   ack.maxReceive = std::min(bind.maxTransmit, kMaxFragment);
   ack.associationGroup = association_->id;
   if (first) ack.secondaryAddress = endpoint_;
-  ack.results = Negotiate(tables_.interfaces, bind.contexts, first, contexts_);
+  ack.results = Negotiate(tables_.interfaces, IdentityOf(*connection_->peer().token), bind.contexts, first, contexts_);
   Bytes bytes;
   AppendBindAck(first ? PduType::BindAck : PduType::AlterContextResponse, header.callId, ack, bytes);
   connection_->Send(bytes);
@@ -140,6 +140,10 @@ std::shared_ptr<Task> ServerSession::Request(std::uint32_t callId, std::uint16_t
   const auto context = contexts_.find(contextId);
   if (context == contexts_.end()) {
     Fault(callId, contextId, kFaultBadPresentationContext);
+    return nullptr;
+  }
+  if (!context->second.granted) {
+    Fault(callId, contextId, kFaultAccessDenied);
     return nullptr;
   }
   const auto& procedures = context->second.interface->description->procedures;

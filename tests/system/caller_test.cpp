@@ -63,9 +63,9 @@ TEST_F(CallerTest, OrdinaryProgramsAndContainedOnesWithTheCapabilityGetIn) {
 
 TEST_F(CallerTest, DescendantsOfAContainedProgramAreContainedToo) {
   const std::string lines[] = {
-      Call() + "; exit $?",                                 // a child
-      "sh -c \"" + Call() + "; exit \\$?\"; exit $?",       // a child's child
-      "setsid " + Call() + "; exit $?",                     // in a session of its own
+      Call() + "; exit $?",                                   // a child
+      "sh -c \"" + Call() + "; exit \\$?\"; exit $?",         // a child's child
+      "setsid " + Call() + "; exit $?",                       // in a session of its own
       "USER=SYSTEM USERNAME=SYSTEM " + Call() + "; exit $?",  // whatever it says of itself
       "env -i HKD04A7_MACHINE='" + Machine() + "' " + Call() + "; exit $?",
   };
@@ -75,6 +75,22 @@ TEST_F(CallerTest, DescendantsOfAContainedProgramAreContainedToo) {
     EXPECT_EQ(result.exitCode, 1) << line;
     EXPECT_THAT(result.output, HasSubstr("ERROR_ACCESS_DENIED")) << line;
   }
+}
+
+TEST_F(CallerTest, TheCurrentUserIsTheOneOfTheProgramsToken) {
+  const auto add = [this](const std::string& user) {
+    return nlohmann::json::parse(Done({"--json", "user", "add", user})).at("sid").get<std::string>();
+  };
+  const std::string console = add("Anna");
+  const std::string remote = add("Carl");
+  Done({"logon", "Anna"});
+  Done({"logon", "Carl", "--remote"});
+  const std::string set =
+      "'" + ProgramFolder() + "/hkd04a7ctl' --machine '" + Machine() + "' reg set HKCU/Software/Of ";
+  EXPECT_EQ(RunShell({"--user", "Carl"}, set + "Name carl; exit $?").exitCode, 0);
+  Done({"reg", "set", "HKCU/Software/Of", "Name", "outside"});
+  EXPECT_THAT(Done({"reg", "list", "HKU/" + remote + "/Software/Of"}), HasSubstr("carl"));
+  EXPECT_THAT(Done({"reg", "list", "HKU/" + console + "/Software/Of"}), HasSubstr("outside"));
 }
 
 TEST_F(CallerTest, AnOrphanOfAContainedProgramStaysContained) {

@@ -76,15 +76,18 @@ void Run(const Request& request, ProcessTable& processes, UserStore& users, cons
 
   struct Started {
     pid_t pid = 0;
+    std::uint64_t startTime = 0;
     std::uint64_t number = 0;
   };
   const auto program = std::make_shared<Started>();
   ProcessTable::Observer observer;
-  observer.entered = [program](pid_t pid) { program->pid = pid; };
+  observer.entered = [program](pid_t pid) {
+    program->pid = pid;
+    program->startTime = host::ProcessStartTime(pid);
+  };
   observer.started = [program, responder = request.responder](DWORD error, const std::string& message) {
     if (error != ERROR_SUCCESS) return responder.Fail(error, message);
-    responder.Reply(
-        json{{"pid", program->pid}, {"number", program->number}, {"startTime", host::ProcessStartTime(program->pid)}});
+    responder.Reply(json{{"pid", program->pid}, {"number", program->number}, {"startTime", program->startTime}});
   };
   observer.ended = [](const ProcessEnd&) {};
   program->number = processes.Launch(process, std::move(observer));

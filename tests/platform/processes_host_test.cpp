@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,8 +16,10 @@
 #include "platform/errors.h"
 #include "platform/handles.h"
 #include "platform/host/base/fault_injection.h"
+#include "platform/host/base/process_stat.h"
 #include "platform/host/base/text.h"
 #include "platform/host/identity/thread_token.h"
+#include "platform/host/processes/process_object.h"
 #include "platform/host/processes/token_object.h"
 #include "platform/sync.h"
 #include "tests/platform/process_fixture.h"
@@ -200,6 +203,30 @@ TEST_F(ProcessesTest, HandlesClosedEarlyLeaveNothing) {
   EXPECT_EQ(machine_test::CountDescriptors(), descriptors);
   int status = 0;
   EXPECT_EQ(waitpid(-1, &status, WNOHANG), -1) << "no child of this process, running or not waited for";
+}
+
+TEST_F(ProcessesTest, AHandleMadeWithoutADescriptorToSpareWorksToo) {
+  Started started;
+  ASSERT_TRUE(Start(Shell(u"exec sleep 100"), &started));
+  const std::uint64_t startTime = host::ProcessStartTime(static_cast<pid_t>(started.information.dwProcessId));
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = 256;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  std::vector<int> taken;
+  for (int next = dup(0); next >= 0; next = dup(0)) taken.push_back(next);
+  const auto pid = static_cast<pid_t>(started.information.dwProcessId);
+  const auto object =
+      std::make_shared<host::ProcessObject>(pid, startTime, host::SystemToken(), host::ProcessObject::Origin::kMachine);
+  for (const int each : taken) close(each);
+  const HANDLE process = host::OpenHandle(object, PROCESS_ALL_ACCESS);
+  EXPECT_EQ(WaitForSingleObject(process, 1), WAIT_TIMEOUT);
+  kill(pid, SIGINT);
+  EXPECT_EQ(WaitForSingleObject(process, 10'000), WAIT_OBJECT_0);
+  DWORD exitCode = 0;
+  EXPECT_TRUE(GetExitCodeProcess(process, &exitCode));
+  EXPECT_EQ(exitCode, 130u);
+  CloseHandle(process);
 }
 
 TEST_F(ProcessesTest, ManyThreadsStartAndWaitAtOnce) {

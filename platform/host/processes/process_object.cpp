@@ -27,15 +27,8 @@ using std::chrono::steady_clock;
 namespace {
 
 constexpr DWORD kBySignal = 128;
-
-// A descriptor of just that process, or -1 when it has ended.
-int OpenDescriptor(pid_t pid, std::uint64_t startTime) {
-  const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
-  // The number may have been given to another process before the descriptor was opened, not afterwards.
-  if (descriptor < 0 || ProcessStartTime(pid) == startTime) return descriptor;
-  close(descriptor);
-  return -1;
-}
+// Milliseconds between two looks at a process without a descriptor.
+constexpr int kLookInterval = 10;
 
 // For poll: rounded up, so that the deadline has passed when it returns for nothing.
 int MillisecondsUntil(const Deadline& deadline) {
@@ -48,11 +41,21 @@ int MillisecondsUntil(const Deadline& deadline) {
 
 ProcessObject::ProcessObject(pid_t pid, std::uint64_t startTime, TokenFacts token, Origin origin)
     : pid_(pid), startTime_(startTime), token_(std::move(token)), origin_(origin) {
-  if (pid_ < kFirstRowOnly) descriptor_ = OpenDescriptor(pid_, startTime_);
+  if (pid_ < kFirstRowOnly) OpenDescriptor();
 }
 
 ProcessObject::~ProcessObject() {
   if (descriptor_ >= 0) close(descriptor_);
+}
+
+void ProcessObject::OpenDescriptor() {
+  descriptor_ = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
+  over_ = descriptor_ < 0 && errno == ESRCH;
+  // The number may have been given to another process before the descriptor was opened, not afterwards.
+  const std::uint64_t found = ProcessStartTime(pid_);  // 0 also when there is no descriptor left to look with
+  if (descriptor_ < 0 || found == 0 || found == startTime_) return;
+  over_ = true;
+  close(std::exchange(descriptor_, -1));
 }
 
 DWORD ProcessObject::Wait(const Deadline& deadline) {
@@ -72,14 +75,15 @@ DWORD ProcessObject::ReadExitCode(DWORD* exitCode) {
 }
 
 bool ProcessObject::HasEndedBy(const Deadline& deadline) const {
-  const bool real = pid_ < kFirstRowOnly;
-  if (real && descriptor_ < 0) return true;
+  if (over_) return true;
+  const bool lookedFor = descriptor_ < 0 && pid_ < kFirstRowOnly;
   pollfd watched{descriptor_, POLLIN, 0};
   for (;;) {
-    const int ready = poll(&watched, real ? 1 : 0, MillisecondsUntil(deadline));
-    if (ready > 0) return true;
-    if (ready == 0 && deadline && steady_clock::now() >= *deadline) return false;
-    if (ready < 0 && errno != EINTR) return false;
+    if (lookedFor && kill(pid_, 0) != 0) return true;
+    const int limit = MillisecondsUntil(deadline);
+    const bool longer = lookedFor && (limit < 0 || limit > kLookInterval);
+    if (poll(&watched, 1, longer ? kLookInterval : limit) > 0) return true;
+    if (deadline && steady_clock::now() >= *deadline) return false;
   }
 }
 

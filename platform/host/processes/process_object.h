@@ -30,6 +30,7 @@ class ProcessObject : public KernelObject, public TokenHolder {
   DWORD ReadExitCode(DWORD* exitCode);
 
  private:
+  void OpenDescriptor();
   bool HasEndedBy(const Deadline& deadline) const;
   DWORD AskForEnd();
 
@@ -37,7 +38,8 @@ class ProcessObject : public KernelObject, public TokenHolder {
   const std::uint64_t startTime_;
   const TokenFacts token_;
   const Origin origin_;
-  int descriptor_ = -1;                     // readable once the process has ended; -1: there is none (any more)
+  bool over_ = false;    // it had ended before this object was made
+  int descriptor_ = -1;  // readable once the process has ended; -1: over, a row only, or no descriptor was to be had
   std::atomic<std::int64_t> exitCode_{-1};  // negative: not known yet
 };
 

@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "platform/host/base/machine_directory.h"
+#include "platform/host/base/process_stat.h"
 #include "platform/host/link/machine_link.h"
 #include "tests/machine/machine_fixture.h"
 
@@ -17,9 +18,8 @@ using nlohmann::json;
 
 // An ended process that its parent has not looked after yet is gone too.
 bool IsGone(pid_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-  std::string number, name, state;
-  return !(file >> number >> name >> state) || state == "Z";
+  const auto stat = host::ReadProcessStat(pid);
+  return !stat || stat->state == 'Z';
 }
 
 std::string RowPath(pid_t pid) {
@@ -50,8 +50,7 @@ class ProcessTableTest : public MachineTest {
 TEST_F(ProcessTableTest, AProgramStandsInTheTableBeforeItRuns) {
   const std::string copy = folder_.path() + "/row";
   const std::string script = "cat " + host::CurrentMachineDirectory().runtime + "/processes/$$ > " + copy +
-                             "; echo $HKD04A7_MACHINE $(ls -l /proc/$$/fd | grep -c socket) >> " +
-                             copy;
+                             "; echo $HKD04A7_MACHINE $(ls -l /proc/$$/fd | grep -c socket) >> " + copy;
   const json identity = {{"user", "ada"}, {"session", 2}, {"capabilities", {"S-1-15-3-1"}}, {"appContainer", true}};
   const json answer =
       Ask("process.run", {{"program", "/bin/sh"}, {"arguments", {"-c", script}}, {"identity", identity}});

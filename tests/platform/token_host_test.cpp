@@ -135,6 +135,21 @@ TEST_F(TokenCallsTest, OnlyImpersonationTokensAreSetOnAThread) {
   EXPECT_TRUE(CloseHandle(copy));
 }
 
+TEST_F(TokenCallsTest, WhatIsNotCarriedOutEndsTheProgram) {
+  HANDLE token = nullptr;
+  DWORD size = 0;
+  SECURITY_ATTRIBUTES attributes{};
+  EXPECT_DEATH(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, FALSE, &token), "OpenThreadToken.*openAsSelf");
+  EXPECT_DEATH(OpenThreadToken(GetCurrentProcess(), TOKEN_QUERY, TRUE, &token), "OpenThreadToken.*thread");
+  EXPECT_DEATH(SetThreadToken(&token, nullptr), "SetThreadToken.*thread");
+  EXPECT_DEATH(OpenProcessToken(GetCurrentProcess(), GENERIC_READ, &token), "OpenProcessToken.*access");
+  EXPECT_DEATH(DuplicateTokenEx(token, 0, &attributes, SecurityImpersonation, TokenPrimary, &token), "attributes");
+  EXPECT_DEATH(GetTokenInformation(token, TokenUser, nullptr, 0, nullptr), "GetTokenInformation.*returnLength");
+  ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token));
+  EXPECT_DEATH(GetTokenInformation(token, static_cast<TOKEN_INFORMATION_CLASS>(2), &size, 4, &size), "kind");
+  EXPECT_TRUE(CloseHandle(token));
+}
+
 TEST_F(TokenCallsTest, EveryCallCanBeMadeToFail) {
   HANDLE token = nullptr;
   UINT length = 0;

@@ -1,6 +1,9 @@
 #include "bench/measurement.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "bench/processors.h"
 
 namespace bench {
 
@@ -9,6 +12,7 @@ namespace {
 constexpr unsigned kMostRounds = 1000;
 constexpr unsigned kLongestPhase = 60'000;
 constexpr unsigned kHighestProcessor = 1023;
+constexpr int kUsage = 2;
 
 }  // namespace
 
@@ -24,6 +28,19 @@ void AddOptions(CLI::App& app, Measurement& measurement) {
 
 void AddCheckOption(CLI::App& app, Measurement& measurement) {
   app.add_flag("--check", measurement.check, "exit status 1 when a figure is not what it must be");
+}
+
+bool Prepare(CLI::App& app, int argc, char** argv, const Measurement& measurement, int* code) {
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    *code = app.exit(error) == 0 ? 0 : kUsage;
+    return false;
+  }
+  if (RunOn(measurement.processors)) return true;
+  std::perror((app.get_name() + ": processors").c_str());
+  *code = kUsage;
+  return false;
 }
 
 int Report(const Measurement& measurement, const std::vector<Figure>& figures) {

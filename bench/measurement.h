@@ -26,6 +26,10 @@ struct Measurement {
 void AddOptions(CLI::App& app, Measurement& measurement);
 void AddCheckOption(CLI::App& app, Measurement& measurement);
 
+// Reads the command line, and sets the program up to run on the processors it names. False when the program is to end
+// with `*code`: after the help, or because of a mistake that has been told.
+bool Prepare(CLI::App& app, int argc, char** argv, const Measurement& measurement, int* code);
+
 // Prints the figures; the process's exit code.
 int Report(const Measurement& measurement, const std::vector<Figure>& figures);
 

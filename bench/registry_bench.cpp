@@ -8,7 +8,6 @@
 
 #include "bench/clock.h"
 #include "bench/measurement.h"
-#include "bench/processors.h"
 #include "bench/statistics.h"
 #include "bench/temporary_machine.h"
 #include "platform/errors.h"
@@ -94,11 +93,9 @@ int main(int argc, char** argv) {
   bench::Measurement measurement;
   CLI::App app("What calls of the registry cost.", "registry-bench");
   bench::AddOptions(app, measurement);
-  CLI11_PARSE(app, argc, argv);
-  if (!bench::RunOn(measurement.processors)) {
-    std::perror("registry-bench: processors");
-    return 2;
-  }
+  int code = 0;
+  if (!bench::Prepare(app, argc, argv, measurement, &code)) return code;
+
   const bench::TemporaryMachine machine;
   const HKEY key = MakeKey();
   const auto figures = key == nullptr ? std::vector<bench::Figure>{} : Measure(measurement, key);

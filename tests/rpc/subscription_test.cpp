@@ -201,14 +201,6 @@ TEST_F(Subscription, StopAcceptsNoWaitOfANewSubscription) {
   EXPECT_EQ(wait->Finish().Text(), "80070015 (0, 0, 0)");
 }
 
-TEST_F(Subscription, RefusesProceduresThatAreNotOffered) {
-  RpcClient client;
-  DWORD exitCode = 0;
-  const RPC_STATUS run = CatchRpcException(
-      [&] { Client_Hkd04a7Rpc_RunFileAsSystem(client.Binding(), 0, W("command"), W(""), &exitCode); });
-  EXPECT_EQ(run, RPC_S_PROCNUM_OUT_OF_RANGE);
-}
-
 // Last: what it leaves in the list stays there as long as the process.
 TEST_F(Subscription, StaysInTheListWhenItsDeletionCannotBeStarted) {
   RpcClient client;

@@ -36,6 +36,9 @@ DWORD CodeOf(int systemError) {
       return ERROR_ACCESS_DENIED;
     case ENOEXEC:
       return ERROR_BAD_EXE_FORMAT;
+    case ENAMETOOLONG:
+    case E2BIG:
+      return ERROR_FILENAME_EXCED_RANGE;
     default:
       return ERROR_NOT_ENOUGH_MEMORY;
   }

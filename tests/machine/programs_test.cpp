@@ -64,6 +64,8 @@ TEST_F(ProgramsTest, GetWhatTheRequestSays) {
   EXPECT_EQ(Code("process.run", {{"program", "/bin/pwd"}, {"directory", "/no/such"}}), 267u);
   EXPECT_EQ(Code("process.run", {{"program", "/bin/pwd"}, {"directory", "relative"}}), 267u);
   EXPECT_EQ(Code("process.run", {{"program", "/bin/pwd"}, {"environment", {1}}}), 87u);
+  EXPECT_EQ(Code("process.run", {{"program", "/" + std::string(5000, 'x')}}), 206u);
+  EXPECT_EQ(Code("process.run", {{"program", "/bin/true"}, {"arguments", {std::string(200'000, 'x')}}}), 206u);
 }
 
 TEST_F(ProgramsTest, TellHowTheyEnded) {

@@ -8,7 +8,6 @@
 #include "platform/errors.h"
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/kernel/thread_pool.h"
-#include "platform/rpc_client.h"
 #include "rpc/event_notify_list.h"
 #include "tests/support/rpc_client.h"
 #include "tests/support/service_process.h"

@@ -1,7 +1,5 @@
 #include "platform/host/rpc/pdu_stream.h"
 
-#include <array>
-
 namespace host::rpc {
 
 namespace {
@@ -12,7 +10,8 @@ constexpr std::size_t kKept = 512;
 }  // namespace
 
 std::span<std::byte> PduStream::Room() {
-  thread_local std::array<std::byte, std::size_t{2} * kMaxFragment> room;
+  // Made when a thread first receives; most threads never do.
+  thread_local std::vector<std::byte> room(std::size_t{2} * kMaxFragment);
   return room;
 }
 

@@ -22,8 +22,8 @@ void ClientCall::End(RPC_STATUS status, std::vector<std::byte> stub) {
     status_ = status;
     stub_ = std::move(stub);
     released = std::move(connection_);
-    ended_.notify_all();
   }
+  ended_.notify_all();  // not under the lock, which who waits would run into
   if (onEnd_) onEnd_();
 }
 

@@ -35,8 +35,8 @@ RPC_STATUS RpcServerListen(unsigned int minimumCallThreads, unsigned int maxCall
 // else RPC_S_CALL_IN_PROGRESS.
 RPC_STATUS RpcServerTestCancel(RPC_BINDING_HANDLE binding);
 
-// Has the calling thread, which serves a call, act as the call's client; `binding` null means that call, and is the only
-// one supported. RPC_S_NO_CALL_ACTIVE (1725) on a thread that serves none.
+// Has the calling thread, which serves a call, act as the call's client; `binding` null means that call, and is the
+// only one supported. RPC_S_NO_CALL_ACTIVE (1725) on a thread that serves none.
 RPC_STATUS RpcImpersonateClient(RPC_BINDING_HANDLE binding);
 
 // Gives the thread its process's identity back, whether it impersonates or not. `binding` and the failure as above.

@@ -54,6 +54,7 @@ constexpr const WCHAR* kMachineKey = W("System\\CurrentControlSet\\Control\\Sess
 
 TEST_F(EnvironmentTest, IsTheMachinesAndTheUsersAndNothingElse) {
   setenv("HKD04A7_TEST_SECRET", "of the service", 1);
+  setenv("HOME", "/home/of-the-service", 1);
   const std::string sid = Ask("session.logon", {{"user", "ada"}}).at("sid");
   const std::u16string userKey = host::ToUtf16(sid) + u"\\Environment";
   SetValue(HKEY_LOCAL_MACHINE, kMachineKey, W("Shared"), REG_SZ, u"machine");
@@ -69,7 +70,7 @@ TEST_F(EnvironmentTest, IsTheMachinesAndTheUsersAndNothingElse) {
   EXPECT_EQ(user["Shared"], "machine");
   EXPECT_EQ(user["Level"], "user") << "the user's own goes over the machine's, whatever its letter case";
   EXPECT_EQ(user["Greeting"], "a=b c");
-  EXPECT_EQ(user.count("LEVEL") + user.count("Number") + user.count("HKD04A7_TEST_SECRET"), 0u);
+  EXPECT_EQ(user.count("LEVEL") + user.count("Number") + user.count("HKD04A7_TEST_SECRET") + user.count("HOME"), 0u);
 
   auto system = Variables(host::SystemToken());
   EXPECT_EQ(system["USERNAME"], "SYSTEM");

@@ -34,14 +34,17 @@ using Variables = std::map<std::u16string, std::u16string, NameLess>;
 
 constexpr const char16_t* kMachineKey = u"System\\CurrentControlSet\\Control\\Session Manager\\Environment";
 constexpr const char16_t* kPath = u"/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
-// Where the machine is: what CurrentMachineDirectory looks at.
+// Where the machine is, as CurrentMachineDirectory looks for it: the first, or without it the others.
 constexpr const char* kMachineNames[] = {"HKD04A7_MACHINE", "XDG_RUNTIME_DIR", "XDG_STATE_HOME", "HOME", "TMPDIR"};
 
 // What every program of the machine needs to run, and to find its machine.
 void AddMachine(Variables* variables) {
   variables->insert_or_assign(u"PATH", kPath);
   for (const char* name : kMachineNames) {
-    if (const char* value = std::getenv(name)) variables->insert_or_assign(host::ToUtf16(name), host::ToUtf16(value));
+    const char* value = std::getenv(name);
+    if (!value) continue;
+    variables->insert_or_assign(host::ToUtf16(name), host::ToUtf16(value));
+    if (name == kMachineNames[0]) return;
   }
 }
 

@@ -47,7 +47,10 @@ int ProgramRun::Run(json request) {
   if (Interrupted()) return kInterrupted;
   if (!OutputIsSound()) return kFailed;
   if (end->error == ERROR_SUCCESS) return end->reply.at("exitCode").get<int>();
-  return Report(options_, kFailed, {"wait for the end of " + program_, "the machine", end->error, ""});
+  const std::string tried = "wait for the end of " + program_;
+  if (end->error == ERROR_SERVICE_NOT_ACTIVE)
+    return Report(options_, kMachineNotUp, {tried, "the machine has gone, and its programs with it", 0, ""});
+  return Report(options_, kFailed, {tried, "the machine", end->error, ""});
 }
 
 int ProgramRun::Start(json request) {

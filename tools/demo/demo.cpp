@@ -8,6 +8,7 @@
 
 #include "platform/host/base/text.h"
 #include "tools/demo/demo_check.h"
+#include "tools/demo/demo_people.h"
 #include "tools/event_text.h"
 #include "tools/exit_codes.h"
 #include "tools/machine_control.h"
@@ -174,11 +175,12 @@ int Demo::Verdict() const {
 
 int Demo::StayUp() {
   if (int code = StartService(options_); code != kDone) return code;
-  const std::string tool = ProgramFolder() + "/hkd04a7ctl --machine " + machine_.Directory();
+  const std::string program = ProgramFolder() + "/hkd04a7ctl";
+  const std::string tool = program + " --machine " + machine_.Directory();
   std::printf(
       "\nThe service runs again; the machine stays up until Ctrl-C. Look at it from another terminal:\n"
-      "  %s watch\n  %s press 3\n  %s status\n  %s log -f\n",
-      tool.c_str(), tool.c_str(), tool.c_str(), tool.c_str());
+      "  %s watch\n  %s press 3\n  %s status\n  %s log -f\n  %s run --package %s -- %s run-as-system leave 7\n",
+      tool.c_str(), tool.c_str(), tool.c_str(), tool.c_str(), tool.c_str(), kDemoPackage, program.c_str());
   std::fflush(stdout);
   while (!Interrupted()) std::this_thread::sleep_for(std::chrono::milliseconds(50));
   return kInterrupted;

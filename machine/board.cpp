@@ -153,6 +153,7 @@ json Board::Status() {
               {"sessions", sessions_.Report()},
               {"users", users_.Report()},
               {"processes", processes_.Rows()},
+              {"sessionProcesses", sessionProcesses_.Rows()},
               {"connections", connections},
               {"events", events},
               {"endpoints", endpoints_.Report()},

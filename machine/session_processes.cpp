@@ -63,13 +63,22 @@ void SessionProcesses::Change(const Request& request) {
   request.responder.Reply(json{{"pid", changed.pid}, {"present", changed.present}});
 }
 
-void SessionProcesses::Publish(std::uint32_t session, const Row& row) const {
-  if (!row.present) return;
+json SessionProcesses::Rows() const {
+  json rows = json::array();
+  for (const auto& [session, row] : rows_)
+    if (row.present) rows.push_back(Published(session, row));
+  return rows;
+}
+
+json SessionProcesses::Published(std::uint32_t session, const Row& row) {
   Token token = row.system ? SystemToken() : Token{};
   if (!row.system) token.userSid = host::kLocalServiceSid;
   token.session = session;
-  const json published = {{"pid", row.pid}, {"name", row.name}, {"token", ToJson(token)}, {"role", "session"}};
-  WriteJsonFile(Path(row), published, false, nullptr);
+  return {{"pid", row.pid}, {"name", row.name}, {"token", ToJson(token)}, {"role", "session"}};
+}
+
+void SessionProcesses::Publish(std::uint32_t session, const Row& row) const {
+  if (row.present) WriteJsonFile(Path(row), Published(session, row), false, nullptr);
 }
 
 void SessionProcesses::Withdraw(const Row& row) const {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "machine/op_registry.h"
@@ -23,6 +24,9 @@ class SessionProcesses {
   // local account). A process that was missing comes back with another number.
   void AddOperations(OpRegistry& operations);
 
+  // Those that are there, as they are published: {"pid","name","token","role"}.
+  nlohmann::json Rows() const;
+
  private:
   struct Row {
     std::uint32_t pid;
@@ -33,6 +37,7 @@ class SessionProcesses {
 
   void Follow();
   void Change(const Request& request);
+  static nlohmann::json Published(std::uint32_t session, const Row& row);
   void Publish(std::uint32_t session, const Row& row) const;
   void Withdraw(const Row& row) const;
   std::string Path(const Row& row) const;

@@ -80,7 +80,7 @@ void AddSessions(Sections& sections, const json& status) {
 std::string ProgramText(const json& process) {
   std::string text = process.value("commandLine", "");
   if (text.empty()) {
-    text = process.value("program", "");
+    text = process.value("program", process.value("name", ""));
     for (const std::string& argument : process.value("arguments", std::vector<std::string>())) text += " " + argument;
   }
   return process.value("state", "") == "ended" ? text + ", ended" : text;
@@ -88,9 +88,10 @@ std::string ProgramText(const json& process) {
 
 void AddProcesses(Sections& sections, const json& status) {
   sections.Begin("processes");
-  for (const json& process : Member(status, "processes"))
-    sections.Line(Number(process, "pid") + "  " + ProgramText(process) + "  (" +
-                  IdentityText(process.value("token", json::object()), Member(status, "users")) + ")");
+  for (const char* kind : {"processes", "sessionProcesses"})
+    for (const json& process : Member(status, kind))
+      sections.Line(Number(process, "pid") + "  " + ProgramText(process) + "  (" +
+                    IdentityText(process.value("token", json::object()), Member(status, "users")) + ")");
 }
 
 void AddDevice(Sections& sections, const json& status) {

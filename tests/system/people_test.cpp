@@ -6,6 +6,7 @@
 namespace tool {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -55,6 +56,20 @@ TEST_F(PeopleTest, SaysWhatCannotBe) {
     EXPECT_EQ(result.exitCode, test.exitCode) << testing::PrintToString(test.arguments) << result.output;
     EXPECT_THAT(result.output, HasSubstr(test.words));
   }
+}
+
+TEST_F(PeopleTest, EachSessionHasItsOwnProcess) {
+  Done({"logon", "anna", "--remote"});
+  EXPECT_THAT(Done({"status"}), AllOf(HasSubstr("winlogon.exe  (LocalSystem, session 1)"),
+                                      HasSubstr("winlogon.exe  (LocalSystem, session 2)")));
+  Done({"winlogon", "1", "--missing"});
+  Done({"winlogon", "2", "--name", "Other.exe"});
+  EXPECT_THAT(Done({"status"}),
+              AllOf(Not(HasSubstr("winlogon.exe")), HasSubstr("Other.exe  (LocalSystem, session 2)")));
+  for (const char* session : {"1", "2"}) Done({"winlogon", session, "--restore"});
+  Done({"winlogon", "2", "--not-system"});
+  EXPECT_THAT(Done({"status"}), AllOf(HasSubstr("winlogon.exe  (LocalSystem, session 1)"),
+                                      HasSubstr("winlogon.exe  (S-1-5-19, session 2)")));
 }
 
 // An account has its SID for good, whether it ever was logged on or not.

@@ -10,6 +10,7 @@
 #include "platform/errors.h"
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/identity/thread_token.h"
+#include "platform/host/rpc/client_handshake.h"
 #include "platform/rpc_client.h"
 #include "tests/auth/requests.h"
 
@@ -97,6 +98,17 @@ TEST_F(Registrations, AreValuesOfTheEventsKeyInTheCallersHive) {
   EXPECT_EQ(Register(W("P"), W("Ada's"), kAny, 41), kOk);
   EXPECT_EQ(Stored(Key(W("41"), AdaSid()), W("P")), Text(W("Ada's")));
   EXPECT_EQ(Stored(Key(W("41")), W("P")), Text(W("any")));
+}
+
+TEST_F(Registrations, AreMadeInEachTransferSyntax) {
+  for (const bool ndr64 : {false, true}) {
+    host::rpc::OfferTransferSyntaxes(!ndr64, ndr64);
+    client = std::make_unique<support::RpcClient>(Bob());
+    EXPECT_EQ(Register(W("P"), W("odd length"), 0, 0x80000001, 0xFFFFFFFF), kOk);
+    EXPECT_EQ(Stored(Key(W("2147483649-4294967295")), W("P")), Text(W("odd length")));
+    EXPECT_EQ(Unregister(W("P"), 0, 0x80000001, 0xFFFFFFFF), kOk);
+    EXPECT_EQ(Unregister(W("P"), 0, 0x80000001, 0xFFFFFFFF), kNone);
+  }
 }
 
 TEST_F(Registrations, AreAskedForWithoutBeingChanged) {

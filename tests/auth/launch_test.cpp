@@ -12,6 +12,7 @@
 #include "auth/run_as_system.h"
 #include "platform/errors.h"
 #include "platform/host/base/fault_injection.h"
+#include "platform/host/rpc/client_handshake.h"
 #include "tests/auth/launches.h"
 
 using namespace request_test;
@@ -46,6 +47,16 @@ TEST_F(Launches, AnswerTheExitCodeOfTheProgram) {
   Run(0, W("script"), W("x"));
   EXPECT_THAT(TakeLog(), ElementsAre("Hkd04a7Rpc_RunFileAsSystem enter\n", " flags=00000000h, comamnd=script, par=x\n",
                                      testing::_, testing::_, " exit with hr=00000000, code=0000002ah\n"));
+}
+
+TEST_F(Launches, AreAskedForInEachTransferSyntax) {
+  AllowScript("exit 3");
+  for (const bool ndr64 : {false, true}) {
+    host::rpc::OfferTransferSyntaxes(!ndr64, ndr64);
+    EXPECT_EQ(RunAs(BobIn(kPackageName), 0, W("script"), W("x")), Ended(3));
+    EXPECT_EQ(RunAs(Bob(), 0, W("script")), Failed(static_cast<DWORD>(E_ACCESSDENIED)));
+    EXPECT_EQ(RunAs(BobIn(kPackageName), 0, W("")), Failed(static_cast<DWORD>(E_NOTIMPL)));
+  }
 }
 
 TEST_F(Launches, HaveTheServicesTokenAndTheCommandLineByteForByte) {

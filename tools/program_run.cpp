@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <nlohmann/json.hpp>
@@ -27,9 +28,10 @@ constexpr std::chrono::seconds kStartPatience{60};
 
 }  // namespace
 
-// What the thread that waits for the program's end leaves behind; it may outlive the one that started it.
+// What a thread of its own learns of the program's end; the descriptor wakes the other one.
 struct ProgramRun::End {
-  const int signal = eventfd(0, EFD_CLOEXEC);  // readable once the rest is set
+  const int signal = eventfd(0, EFD_CLOEXEC);
+  std::atomic<bool> known = false;  // the rest is set
   DWORD error = ERROR_SUCCESS;
   json reply;
 
@@ -37,20 +39,32 @@ struct ProgramRun::End {
   ~End() { close(signal); }
   End(const End&) = delete;
   End& operator=(const End&) = delete;
+
+  void Await(std::uint64_t number) {
+    error = host::MachineLink::Instance().Call(json{{"op", "process.wait"}, {"number", number}}, &reply);
+    known = true;
+    eventfd_write(signal, 1);
+  }
 };
 
 int ProgramRun::Run(json request) {
   program_ = request.at("program").get<std::string>();
   if (int code = Start(std::move(request)); code != kDone) return code;
-  const std::shared_ptr<End> end = AwaitEnd();
-  Follow(*end);
+  End end;
+  std::thread waiter([this, &end] { end.Await(number_); });
+  Follow(end);
+  waiter.join();
+  return Result(end);
+}
+
+int ProgramRun::Result(const End& end) const {
   if (Interrupted()) return kInterrupted;
   if (!OutputIsSound()) return kFailed;
-  if (end->error == ERROR_SUCCESS) return end->reply.at("exitCode").get<int>();
+  if (end.error == ERROR_SUCCESS) return end.reply.at("exitCode").get<int>();
   const std::string tried = "wait for the end of " + program_;
-  if (end->error == ERROR_SERVICE_NOT_ACTIVE)
+  if (end.error == ERROR_SERVICE_NOT_ACTIVE)
     return Report(options_, kMachineNotUp, {tried, "the machine has gone, and its programs with it", 0, ""});
-  return Report(options_, kFailed, {tried, "the machine", end->error, ""});
+  return Report(options_, kFailed, {tried, "the machine", end.error, ""});
 }
 
 int ProgramRun::Start(json request) {
@@ -71,22 +85,13 @@ int ProgramRun::Start(json request) {
   return kDone;
 }
 
-std::shared_ptr<ProgramRun::End> ProgramRun::AwaitEnd() const {
-  auto end = std::make_shared<End>();
-  std::thread([end, number = number_] {
-    end->error = host::MachineLink::Instance().Call(json{{"op", "process.wait"}, {"number", number}}, &end->reply);
-    eventfd_write(end->signal, 1);
-  }).detach();
-  return end;
-}
-
 // Everything the program wrote lies in the pipes when its end is known.
-void ProgramRun::Follow(End& end) {
+void ProgramRun::Follow(const End& end) {
   bool ended = false;
   while (!ended) {
     pollfd ready[] = {{output_.Reader(), POLLIN, 0}, {errors_.Reader(), POLLIN, 0}, {end.signal, POLLIN, 0}};
     poll(ready, std::size(ready), kInterruptLatency);
-    ended = ready[2].revents != 0;
+    ended = end.known;
     if (!RelayBoth() || Interrupted()) EndProgram();
   }
 }

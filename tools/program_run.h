@@ -1,9 +1,7 @@
 // One program of the machine, from its start to its end, with its output at this process's own streams.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
-#include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
@@ -26,8 +24,8 @@ class ProgramRun {
   struct End;
 
   int Start(nlohmann::json request);
-  std::shared_ptr<End> AwaitEnd() const;
-  void Follow(End& end);
+  void Follow(const End& end);
+  int Result(const End& end) const;
   bool RelayBoth();
   void EndProgram();
 

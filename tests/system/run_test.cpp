@@ -53,6 +53,19 @@ TEST_F(RunTest, AnInterruptEndsTheProgramAndAllBelow) {
   EXPECT_THAT(AwaitStatus("/sh", false), Not(HasSubstr("/sh")));
 }
 
+TEST_F(RunTest, EndsWithTheMachine) {
+  auto run = Begin({"run", "--", "sh", "-c", "echo begun; exec sleep 30"});
+  ASSERT_TRUE(run->AwaitOutput("begun"));
+  Done({"down"});
+  EXPECT_EQ(run->Finish().exitCode, 128 + SIGTERM);
+  Done({"up", "--no-service"});
+  run = Begin({"run", "--", "sh", "-c", "echo begun; exec sleep 30"});
+  ASSERT_TRUE(run->AwaitOutput("begun"));
+  ASSERT_EQ(kill(Status().at("pid").get<pid_t>(), SIGKILL), 0);
+  EXPECT_EQ(run->Finish().exitCode, 4) << run->Output();
+  EXPECT_THAT(run->Output(), HasSubstr("the machine has gone"));
+}
+
 TEST_F(RunTest, GivesTheIdentityThatWasAskedFor) {
   Done({"user", "add", "bob"});
   Done({"logon", "Anna"});

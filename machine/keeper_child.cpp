@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,7 +11,7 @@ namespace machine {
 
 namespace {
 
-// The nice value of a program below normal priority.
+// What is added to the nice value of a program below normal priority.
 constexpr int kBelowNormal = 5;
 
 bool MakePipe(UniqueDescriptor* readEnd, UniqueDescriptor* writeEnd) {
@@ -60,7 +59,7 @@ void ResetSignals() {
   if (read(go, &word, 1) != 1) _exit(127);
   const bool placed = program.directory.empty() || chdir(program.directory.c_str()) == 0;
   if (placed && RedirectStreams(program)) {
-    if (program.belowNormal) setpriority(PRIO_PROCESS, 0, kBelowNormal);
+    if (program.belowNormal) nice(kBelowNormal);
     ResetSignals();
     execve(program.path.c_str(), arguments, environment);
   }

@@ -13,6 +13,7 @@
 #include "tools/exit_codes.h"
 #include "tools/grant_text.h"
 #include "tools/registry_commands.h"
+#include "tools/text_check.h"
 
 namespace tool {
 namespace {
@@ -74,14 +75,14 @@ int RemoveRow(const Options& options, const TableKind& kind, const std::string& 
   return status == ERROR_SUCCESS ? kDone : ReportRegistry(options, tried, status, kind.listed);
 }
 
-CLI::Validator NotEmpty() {
-  return CLI::Validator([](std::string& text) { return text.empty() ? "it is empty" : std::string(); }, "");
+CLI::Validator Name() {
+  return CLI::Validator([](std::string& text) { return text.empty() ? "it is empty" : TextError(text); }, "");
 }
 
 CLI::Validator WholePath() {
   return CLI::Validator(
       [](std::string& text) {
-        return text.starts_with('/') ? std::string() : "the program is given by its whole path: it is not searched";
+        return text.starts_with('/') ? TextError(text) : "the program is given by its whole path: it is not searched";
       },
       "");
 }
@@ -99,7 +100,7 @@ CLI::App* AddTable(CLI::App& app, Options& options, const char* name, const char
 void AddRemoval(CLI::App* group, Options& options, const char* name, const TableKind& kind) {
   CLI::App* remove = group->add_subcommand(name, "take a row out; holds from the next call on");
   auto row = std::make_shared<std::string>();
-  remove->add_option(kind.rowName, *row)->required()->check(NotEmpty());
+  remove->add_option(kind.rowName, *row)->required()->check(Name());
   remove->callback(
       [&options, &kind, row] { options.action = [&options, &kind, row] { return RemoveRow(options, kind, *row); }; });
 }
@@ -108,7 +109,7 @@ void AddGrant(CLI::App* caps, Options& options) {
   CLI::App* grant = caps->add_subcommand("grant", "give a package its capability bits");
   auto package = std::make_shared<std::string>();
   auto bits = std::make_shared<std::string>("1");
-  grant->add_option("package", *package, "the package family name")->required()->check(NotEmpty());
+  grant->add_option("package", *package, "the package family name")->required()->check(Name());
   grant->add_option("bits", *bits, "1 (may run commands as system) unless given")->check(WordError);
   grant->callback([&options, package, bits] {
     options.action = [&options, package, bits] {
@@ -121,11 +122,12 @@ void AddAllow(CLI::App* allow, Options& options) {
   CLI::App* add = allow->add_subcommand("add", "let a command be run as system");
   auto id = std::make_shared<std::string>();
   auto words = std::make_shared<std::vector<std::string>>(2);
-  add->add_option("id", *id, "the identifier that clients name")->required()->check(NotEmpty());
+  add->add_option("id", *id, "the identifier that clients name")->required()->check(Name());
   add->add_option("program", words->at(0), "the program's whole path")->required()->check(WholePath());
   add->add_option("parameters", words->at(1),
                   "its fixed parameters, one text as on a command line; after -- if it "
-                  "begins with a dash");
+                  "begins with a dash")
+      ->check(TextError);
   add->callback([&options, id, words] {
     if (words->back().empty()) words->pop_back();
     options.action = [&options, id, words] {

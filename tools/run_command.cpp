@@ -16,6 +16,7 @@
 #include "tools/report.h"
 #include "tools/run_identity.h"
 #include "tools/session_control.h"
+#include "tools/text_check.h"
 
 namespace tool {
 namespace {
@@ -72,17 +73,19 @@ void AddRunCommand(CLI::App& app, Options& options) {
   CLI::App* run = app.add_subcommand("run", "run a program in the machine, with the identity that the options give it");
   auto request = std::make_shared<RunRequest>();
   RunIdentity& identity = request->identity;
-  run->add_option("--user", identity.user, "the user; default: who is in the session, or at the console");
+  run->add_option("--user", identity.user, "the user; default: who is in the session, or at the console")
+      ->check(TextError);
   run->add_option("--session", identity.session, "the session; default: the user's, or the console's")
       ->check(WordError);
-  run->add_option("--package", identity.package, "the package family name; default: not packaged");
+  run->add_option("--package", identity.package, "the package family name; default: not packaged")->check(TextError);
   run->add_flag("--app-container", identity.appContainer, "in an app container, and all that it starts");
   run->add_option("--capability", identity.capabilities, "a capability's name or SID; may be given several times")
       ->allow_extra_args(false)
       ->check(Capability());
   run->add_option("program", request->words, "after --: the program, along PATH, and its arguments")
       ->required()
-      ->expected(1, -1);
+      ->expected(1, -1)
+      ->check(TextError);
   run->callback(
       [&options, request] { options.action = [&options, request] { return RunProgram(options, *request); }; });
 }

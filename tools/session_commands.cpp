@@ -8,6 +8,7 @@
 #include "tools/device_numbers.h"
 #include "tools/exit_codes.h"
 #include "tools/session_control.h"
+#include "tools/text_check.h"
 
 namespace tool {
 namespace {
@@ -50,7 +51,7 @@ int ShowUsers(const Options& options) {
 void AddLogon(CLI::App& app, Options& options) {
   CLI::App* logon = app.add_subcommand("logon", "log a user on: at the console, or where the options say");
   auto request = std::make_shared<LogonRequest>();
-  logon->add_option("user", request->user, "the user's name; a new one is made")->required();
+  logon->add_option("user", request->user, "the user's name; a new one is made")->required()->check(TextError);
   CLI::Option* remote = logon->add_flag("--remote", request->remote, "in a new session, from afar");
   logon->add_option("--session", request->session, "in this session, in which nobody is")
       ->check(WordError)
@@ -88,7 +89,7 @@ void AddUserCommands(CLI::App& app, Options& options) {
   user->require_subcommand(1);
   CLI::App* add = user->add_subcommand("add", "make an account without logging it on");
   auto name = std::make_shared<std::string>();
-  add->add_option("name", *name, "the user's name")->required();
+  add->add_option("name", *name, "the user's name")->required()->check(TextError);
   add->callback([&options, name] { options.action = [&options, name] { return AddUserAndTell(options, *name); }; });
   user->add_subcommand("list", "show the accounts with their SIDs")->callback([&options] {
     options.action = [&options] { return ShowUsers(options); };
@@ -104,7 +105,8 @@ void AddWinlogon(CLI::App& app, Options& options) {
   what->require_option(1);
   what->add_flag_callback(
       "--missing", [change] { change->present = false; }, "it is not there");
-  what->add_option("--name", change->name, "it has this name: another one, or the same in other letters");
+  what->add_option("--name", change->name, "it has this name: another one, or the same in other letters")
+      ->check(TextError);
   what->add_flag_callback(
       "--not-system", [change] { change->system = false; }, "it does not run as LocalSystem");
   what->add_flag_callback(

@@ -43,6 +43,7 @@ TEST_F(PeopleTest, SaysWhatCannotBe) {
       {{"logon", "bob", "--session", "9"}, 1, "there is no such session"},
       {{"logon", "a/b"}, 1, "cannot be a user's name"},
       {{"user", "add", ""}, 1, "cannot be a user's name"},
+      {{"user", "add", "\xff"}, 2, "not UTF-8"},
       {{"logon", "bob", "--session", "1", "--remote"}, 2, "excludes"},
       {{"logon", "bob", "--session", "-1"}, 2, "not a number"},
       {{"connect", "1"}, 1, "the session is taken"},

@@ -102,6 +102,7 @@ TEST_F(RunTest, SaysWhyItDoesNotRun) {
       {{"--session", "9", "--", "true"}, 1, "there is no session 9"},
       {{"--capability", "S-1-wrong", "--", "true"}, 2, "not a capability"},
       {{"--"}, 2, "program is required"},
+      {{"--", "echo", "\xff"}, 2, "not UTF-8"},
   };
   for (const Case& test : cases) {
     const ToolResult result = Run(Joined({"run"}, test.arguments));

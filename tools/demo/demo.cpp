@@ -179,8 +179,9 @@ int Demo::StayUp() {
   const std::string tool = program + " --machine " + machine_.Directory();
   std::printf(
       "\nThe service runs again; the machine stays up until Ctrl-C. Look at it from another terminal:\n"
-      "  %s watch\n  %s press 3\n  %s status\n  %s log -f\n  %s run --package %s -- %s run-as-system leave 7\n",
-      tool.c_str(), tool.c_str(), tool.c_str(), tool.c_str(), tool.c_str(), kDemoPackage, program.c_str());
+      "  %s watch\n  %s press 3\n  %s status\n  %s log -f\n  %s run --package %s -- %s run-as-system %s 7\n",
+      tool.c_str(), tool.c_str(), tool.c_str(), tool.c_str(), tool.c_str(), kDemoPackage, program.c_str(),
+      kDemoCommand);
   std::fflush(stdout);
   while (!Interrupted()) std::this_thread::sleep_for(std::chrono::milliseconds(50));
   return kInterrupted;

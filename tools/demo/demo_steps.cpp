@@ -1,6 +1,8 @@
 #include "tools/demo/demo_steps.h"
 
+#include "platform/host/base/text.h"
 #include "tools/demo/demo_people.h"
+#include "tools/device_key.h"
 #include "tools/exit_codes.h"
 #include "tools/power_control.h"
 #include "tools/report.h"
@@ -81,6 +83,20 @@ int DoNothing(DemoStage&) {
   return kDone;
 }
 
+int Forget(DemoStage& stage, const char* subKey, const char* name) {
+  RegistryKey table;
+  bool opened = false;
+  const int code = OpenDeviceTable(stage.options, "clear the device's tables", subKey, false, &table, &opened);
+  if (code == kDone && opened) table.DeleteValue(host::ToUtf16(name));
+  return code;
+}
+
+// The machine may have played the demo before.
+int ForgetGrants(DemoStage& stage) {
+  if (int code = Forget(stage, kCapabilitySubKey, kDemoPackage); code != kDone) return code;
+  return Forget(stage, kCommandSubKey, kDemoCommand);
+}
+
 std::vector<DemoRequest> AppServiceRequests() {
   const auto ask = [](const char* what) {
     return std::vector<std::string>{"app", what, kDemoPackage, "hello", "--event", "33", "--data1", "0x40000300"};
@@ -96,14 +112,14 @@ std::vector<DemoRequest> AppServiceRequests() {
 // The command's own parameters end in a place for the one that the client appends.
 std::vector<DemoRequest> CommandRequests() {
   const std::vector<std::string> wakeup = {"wakeup", "switch"};
-  const std::vector<std::string> command = {"run-as-system", "leave", "7"};
+  const std::vector<std::string> command = {"run-as-system", kDemoCommand, "7"};
   return {{Asker::Container, wakeup, kFailed, "gate: endpoint descriptor"},
           {Asker::Package, command, kFailed, "gate: capability bit"},
           {Asker::Owner, {"caps", "grant", kDemoPackage}, kDone, "may run commands as system"},
           {Asker::Package, command, kFailed, "gate: allow-list"},
-          {Asker::Owner, {"allow", "add", "leave", "/bin/sh", "--", "-c \"exit $0\""}, kDone, "leave"},
+          {Asker::Owner, {"allow", "add", kDemoCommand, "/bin/sh", "--", "-c \"exit $0\""}, kDone, kDemoCommand},
           {Asker::Package, command, kDone, "\"/bin/sh\" -c \"exit $0\" 7\nexit code 7\n"},
-          {Asker::Package, {"run-as-system", "leave", "8", "--client-session"}, kDone, "exit code 8\n"}};
+          {Asker::Package, {"run-as-system", kDemoCommand, "8", "--client-session"}, kDone, "exit code 8\n"}};
 }
 
 }  // namespace
@@ -133,7 +149,7 @@ const std::vector<DemoStep>& DemoSteps() {
        false,
        {{Asker::Package, {"call", "0x2001", "1", "2", "3"}, kDone, "answered 0x00C0FFEE"}}},
       {"an app service of the user's, told of one event with one value", DoNothing, {}, false, AppServiceRequests()},
-      {"a command run as system: refused at each gate, then granted", DoNothing, {}, false, CommandRequests()},
+      {"a command run as system: refused at each gate, then granted", ForgetGrants, {}, false, CommandRequests()},
       {"logoff", LogOff, {{41, 6, 0, 0, true}}, true},
   };
   return steps;

@@ -38,6 +38,9 @@ extern "C" void* __wrap_malloc(std::size_t size) {
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return Fails() ? nullptr : __real_malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* block) noexcept {
   std::free(block);
 }

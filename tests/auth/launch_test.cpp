@@ -148,7 +148,7 @@ TEST_F(Launches, AnswerWhyTheyFailed) {
     host::FailCall(step.function, 1, step.code);
     EXPECT_EQ(Run(0, W("script")), Failed(step.result)) << step.function;
     auto log = TakeLog();
-    ASSERT_EQ(log.size(), 5 + step.lines.size()) << step.function;
+    ASSERT_EQ(log.size(), 5 + step.lines.size()) << step.function << testing::PrintToString(log);
     EXPECT_EQ(std::vector(log.begin() + 4, log.end() - 1), step.lines);
   }
   EXPECT_TRUE(Started().empty());

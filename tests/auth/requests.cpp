@@ -20,6 +20,8 @@ Requests::Requests() : adaSid_(LogOn("ada", false)), bobSid_(LogOn("bob", true))
 
 void Requests::SetUp() {
   service.StartAndSettle();
+  // The last line of the start, on a thread of its own.
+  ASSERT_TRUE(service.Log().WaitFor("worker thread of listening"));
   client_ = std::make_unique<support::RpcClient>(BobIn(kPackageName));
   TakeLog();
 }

@@ -1,6 +1,8 @@
 // hkd04a7ctl: drives the simulated machine and speaks to the service as a client. On Windows only the client part is
 // there.
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <string_view>
 
 #include "tools/commands.h"
 #include "tools/exit_codes.h"
@@ -23,6 +25,15 @@ void AddCommands(CLI::App& app, tool::Options& options) {
 #endif
 }
 
+// CLI11 prints the help or the message; its own codes are not ours.
+int ReportUsage(const CLI::App& app, const CLI::ParseError& error) {
+  if (app.exit(error) == 0) return tool::kDone;
+  const bool dash = std::string_view(error.what()).find(" -") != std::string_view::npos;
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr && dash)
+    std::fputs("A value that begins with a dash goes behind \"--\".\n", stderr);
+  return tool::kUsage;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -32,8 +43,7 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    // CLI11 prints the help or the message; its own codes are not ours.
-    return app.exit(error) == 0 ? tool::kDone : tool::kUsage;
+    return ReportUsage(app, error);
   }
   tool::ExitOnInterrupt();
   return tool::ReportOutput(options, options.action());

@@ -10,6 +10,7 @@
 #include "tools/exit_codes.h"
 #include "tools/numbers.h"
 #include "tools/service_client.h"
+#include "tools/text_check.h"
 #include "tools/wide_text.h"
 
 namespace tool {
@@ -88,8 +89,9 @@ struct Verb {
 void Add(CLI::App* app, Options& options, const Verb& verb) {
   CLI::App* command = app->add_subcommand(verb.name, verb.help);
   auto request = std::make_shared<Registration>();
-  command->add_option("package", request->package, "the package family name")->required();
-  if (verb.namesService) command->add_option("service", request->service, "the app service's name")->required();
+  command->add_option("package", request->package, "the package family name")->required()->check(TextError);
+  if (verb.namesService)
+    command->add_option("service", request->service, "the app service's name")->required()->check(TextError);
   AddEvent(command, request.get());
   command->callback([&options, verb, command, request] {
     request->hasData1 = command->count("--data1") > 0;

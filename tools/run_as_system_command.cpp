@@ -10,6 +10,7 @@
 #include "tools/gate.h"
 #include "tools/service_client.h"
 #include "tools/started_programs.h"
+#include "tools/text_check.h"
 #include "tools/wide_text.h"
 
 namespace tool {
@@ -67,9 +68,11 @@ int Run(const Options& options, const Request& request) {
 void AddRunAsSystemCommand(CLI::App& app, Options& options) {
   CLI::App* command = app.add_subcommand("run-as-system", "have the service run a command of its allow-list as system");
   auto request = std::make_shared<Request>();
-  command->add_option("command", request->command, "its identifier in the allow-list")->required();
-  command->add_option("parameters", request->parameters,
-                      "appended to the command line as they stand, one text; after -- if they begin with a dash");
+  command->add_option("command", request->command, "its identifier in the allow-list")->required()->check(TextError);
+  command
+      ->add_option("parameters", request->parameters,
+                   "appended to the command line as they stand, one text; after -- if they begin with a dash")
+      ->check(TextError);
   command->add_flag("--no-wait", request->noWait, "do not wait for the program's end");
   command->add_flag("--client-session", request->clientSession, "in this process's session, not in the services'");
   command->callback([&options, request] { options.action = [&options, request] { return Run(options, *request); }; });

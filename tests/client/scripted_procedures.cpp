@@ -7,7 +7,8 @@
 namespace client {
 
 ScriptedProcedures& ScriptedProcedures::Instance() {
-  static ScriptedProcedures procedures;
+  // Never destroyed: the runtime's threads run handles down until the process is gone.
+  static auto& procedures = *new ScriptedProcedures;
   return procedures;
 }
 

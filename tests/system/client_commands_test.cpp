@@ -161,6 +161,8 @@ TEST_F(ClientCommandsTest, RefusesWhatItDoesNotUnderstand) {
                                                   {"app", "unregister", "p", "--event", "1", "--any", "--data1", "0"},
                                                   {"run-as-system"},
                                                   {"explain"},
+                                                  {"run-as-system", "\xFF"},
+                                                  {"app", "unregister", "\xC3", "--event", "1"},
                                                   {"explain", "NO_SUCH_NAME"},
                                                   {"explain", "0x100000000"}})
     EXPECT_EQ(Run(command).exitCode, 2) << testing::PrintToString(command);

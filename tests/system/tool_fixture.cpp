@@ -17,18 +17,21 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kPatience{10};
 
+std::string ReadWhole(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
 // Processes that were started for the machine: its directory stands in their environment or command line.
 std::vector<std::string> ProcessesOf(const std::string& machine) {
   std::vector<std::string> found;
   for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
     const std::string pid = entry.path().filename();
     if (pid.find_first_not_of("0123456789") != std::string::npos || pid == std::to_string(getpid())) continue;
-    std::ostringstream text;
-    for (const char* file : {"/environ", "/cmdline"}) {
-      text.clear();  // what could not be read, since the process has gone, is left out
-      text << std::ifstream(entry.path().string() + file, std::ios::binary).rdbuf();
-    }
-    if (text.str().find(machine) != std::string::npos) found.push_back(pid);
+    const std::string text =
+        ReadWhole(entry.path().string() + "/environ") + ReadWhole(entry.path().string() + "/cmdline");
+    if (text.find(machine) != std::string::npos) found.push_back(pid);
   }
   return found;
 }
@@ -72,6 +75,9 @@ ToolTest::~ToolTest() {
   while (!ProcessesOf(machine_).empty() && Clock::now() < deadline)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   EXPECT_EQ(ProcessesOf(machine_), std::vector<std::string>()) << "left behind";
+  // What the sanitizers have to say of the machine's own programs.
+  const std::string output = ReadWhole(machine_ + "/run/output.log");
+  EXPECT_EQ(output.find("Sanitizer"), std::string::npos) << output;
   std::error_code error;
   std::filesystem::remove_all(machine_, error);
 }

@@ -41,7 +41,7 @@ std::vector<std::string> Joined(std::vector<std::string> first, const std::vecto
 class ToolTest : public testing::Test {
  protected:
   ToolTest();
-  // Takes the machine down and checks that no process of it is left.
+  // Takes the machine down and checks that no process of it is left and that no sanitizer complained in one.
   ~ToolTest() override;
 
   ToolResult Run(const std::vector<std::string>& arguments);

@@ -46,6 +46,8 @@ void ServiceConfigurator::Create(const Request& request) {
 void ServiceConfigurator::Configure(const Request& request) {
   const auto service = NamedService(services_, request);
   if (service == nullptr) return;
+  if (service->markedForDelete)
+    return request.responder.Fail(ERROR_SERVICE_MARKED_FOR_DELETE, "the service goes when it has stopped");
   ServiceConfiguration configuration = *store_.Find(service->name);
   ReadConfiguration(request.body, &configuration);
   configuration.name = service->name;

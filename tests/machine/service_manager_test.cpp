@@ -170,6 +170,7 @@ TEST_F(ServiceManagerTest, ADeletedServiceStaysUntilItStops) {
   ASSERT_EQ(StartDummy(), 0u);
   EXPECT_EQ(Code("service.delete", {{"name", "Dummy"}}), 0u);
   EXPECT_EQ(Code("service.create", {{"name", "Dummy"}, {"program", "/bin/true"}}), 1072u);
+  EXPECT_EQ(Code("service.config", {{"name", "Dummy"}, {"startType", 4}}), 1072u);
   EXPECT_EQ(Code("service.stop", {{"name", "Dummy"}}), 0u);
   EXPECT_TRUE(Eventually([] { return Code("service.query", {{"name", "Dummy"}}) == 1060u; }));
 }

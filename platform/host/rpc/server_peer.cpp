@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <utility>
 
 #include "platform/host/base/process_stat.h"
@@ -19,11 +20,14 @@ namespace {
 
 // Missing in older headers; newer kernels answer it.
 constexpr int kPeerPidFd = 77;
+
 // A descriptor of the peer process, or -1.
 int OpenPeer(int socket, pid_t pid) {
   int descriptor = -1;
   socklen_t size = sizeof(descriptor);
   if (getsockopt(socket, SOL_SOCKET, kPeerPidFd, &descriptor, &size) == 0) return descriptor;
+  // A kernel that knows the option and has no descriptor to give knows that the process is gone.
+  if (errno != ENOPROTOOPT) return -1;
   return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
 }
 

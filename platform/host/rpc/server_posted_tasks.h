@@ -26,6 +26,8 @@ class PostedTasks {
   void Post(std::shared_ptr<Task> task);
   // The oldest, or null.
   std::shared_ptr<Task> Take();
+  // Whether there is one to take.
+  bool Any() const { return any_; }
 
  private:
   const int event_;

@@ -112,7 +112,7 @@ std::shared_ptr<Task> ServerRuntime::Next() {
   }
   sincePoll_ = 0;
   const int whenIdle = acceptingPaused_ ? kAcceptRetry : kForever;
-  Poll(withInput_.empty() ? whenIdle : 0);
+  Poll(withInput_.empty() && !posted_.Any() ? whenIdle : 0);
   return nullptr;
 }
 

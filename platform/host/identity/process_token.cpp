@@ -78,9 +78,15 @@ Search WalkUp(pid_t pid, ProcessStat stat, TokenFacts* token, bool* changed) {
   }
 }
 
+// Ancestors that end under the eyes of the search begin it anew. One that is there and cannot be looked at, as where
+// the kernel hides other users' processes, must not make it endless.
+constexpr int kMostWalks = 100;
+
 // The token in the table of a living process or of its nearest ancestor there. kFailed when there is no such process.
 Search FindInTable(pid_t pid, TokenFacts* token) {
-  while (const auto stat = ReadProcessStat(pid)) {
+  for (int walk = 0; walk < kMostWalks; ++walk) {
+    const auto stat = ReadProcessStat(pid);
+    if (!stat) break;
     bool changed = false;
     const Search search = WalkUp(pid, *stat, token, &changed);
     if (!changed) return search;

@@ -1,8 +1,10 @@
 // The processes of a session, through the module "wtsapi32.dll".
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include "platform/errors.h"
+#include "platform/host/base/machine_directory.h"
 #include "platform/host/base/text.h"
 #include "platform/host/kernel/system_modules.h"
 #include "platform/host/security/sid.h"
@@ -84,6 +86,15 @@ TEST_F(SessionProcessesTest, AreTheProgramsAndTheLogonProcessOfTheSession) {
   EXPECT_THAT(Records(1), testing::ElementsAre("1 WinLogon.exe S-1-5-19"));
   Ask("session.winlogon", {{"session", 1}, {"present", false}});
   EXPECT_THAT(Records(1), testing::IsEmpty());
+}
+
+TEST_F(SessionProcessesTest, AFileOfTheTableThatIsNoRowIsPassedOver) {
+  const std::string folder = host::CurrentMachineDirectory().runtime + "/processes/";
+  for (const char* text : {"", "[]", R"({"token": 1})", R"({"pid": "one", "token": {}})",
+                           R"({"pid": 1073741900, "token": {"session": "one"}})"}) {
+    std::ofstream(folder + "1073741900") << text;
+    EXPECT_THAT(Records(1), testing::ElementsAre("1 winlogon.exe S-1-5-18")) << text;
+  }
 }
 
 TEST_F(SessionProcessesTest, CanFailAndBeTakenAway) {

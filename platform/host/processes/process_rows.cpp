@@ -17,17 +17,23 @@ using nlohmann::json;
 
 namespace {
 
-// None for a row that is gone, a keeper's, or one that an ended process left behind.
+// None for a row that is gone or no row, a keeper's, or one that an ended process left behind.
 std::optional<ProcessRow> ReadRow(const std::filesystem::path& path) {
   std::ifstream file(path);
   const json row = json::parse(file, nullptr, false);
   if (!row.is_object() || !row.contains("token") || row.value("role", "") == "keeper") return std::nullopt;
   ProcessRow read;
-  read.pid = row.value("pid", 0);
-  read.name = row.value("name", "");
-  ReadToken(row.at("token"), &read.token);
+  std::uint64_t startTime = 0;
+  try {
+    read.pid = row.value("pid", 0);
+    read.name = row.value("name", "");
+    startTime = row.value("startTime", startTime);
+    ReadToken(row.at("token"), &read.token);
+  } catch (const json::exception&) {
+    return std::nullopt;
+  }
   const bool real = read.pid < kFirstRowOnly;
-  if (real && ProcessStartTime(read.pid) != row.value("startTime", std::uint64_t{0})) return std::nullopt;
+  if (real && ProcessStartTime(read.pid) != startTime) return std::nullopt;
   return read;
 }
 

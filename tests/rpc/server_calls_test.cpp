@@ -1,6 +1,7 @@
 // Calls and the threads that run them.
 #include <sys/socket.h>
 
+#include <atomic>
 #include <new>
 #include <thread>
 
@@ -49,6 +50,24 @@ TEST_F(ServerCalls, PipelinedRequestsAreAllAnswered) {
     sum += client.ReadAnswer(kWork, *reply).arguments[2].number;
   }
   EXPECT_EQ(sum, 499u * 500u / 2);
+}
+
+// What the server has not run yet must lie in the sockets, which hold little, and not in the server's memory.
+TEST_F(ServerCalls, ASenderGetsNotFarAheadOfItsReplies) {
+  constexpr std::uint32_t kRequests = 60'000, kMostAhead = 25'000;
+  auto client = Connect();
+  host::rpc::Bytes request;
+  host::rpc::AppendRequest(1, {.procedure = 0xFFFF}, host::rpc::kMaxFragment, request);  // answered by a fault
+  host::rpc::Bytes hundred;
+  for (int i = 0; i < 100; ++i) hundred.insert(hundred.end(), request.begin(), request.end());
+  std::atomic<std::uint32_t> answered = 0;
+  std::thread reader([&] {
+    while (answered < kRequests && client.Receive()) ++answered;
+  });
+  for (std::uint32_t sent = 0; sent < kRequests; sent += 100) EXPECT_TRUE(client.Send(hundred));
+  EXPECT_GE(answered + kMostAhead, kRequests);
+  reader.join();
+  EXPECT_EQ(answered, kRequests);
 }
 
 TEST_F(ServerCalls, LongCallsStallNobody) {

@@ -170,7 +170,8 @@ void ServerRuntime::HandleEvent(std::uint64_t id, std::uint32_t events) {
   if ((events & EPOLLOUT) != 0) connection.Flush();
   const bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;
   if (connection.MayRead()) {
-    session->Receive();
+    // What a client sends faster than it is served stays in its socket, and keeps the client.
+    if (!session->queued) session->Receive();
   } else if (hungUp) {
     session->SetHungUp();
   }

@@ -54,6 +54,7 @@ int ProgramRun::Run(json request) {
   std::thread waiter([this, &end] { end.Await(number_); });
   Follow(end);
   waiter.join();
+  host::MachineLink::Reset();  // the machine may have gone, and left the link's thread to be collected
   return Result(end);
 }
 

@@ -16,9 +16,6 @@ using nlohmann::json;
 
 namespace {
 
-// A plain account of its own: LocalService.
-constexpr const char* kPlainLocalSid = "S-1-5-19";
-
 // Answers with a refusal and false when the request cannot be met.
 bool ReadIdentity(const Request& request, UserStore& users, Token* token) {
   const json identity = request.body.value("identity", json::object());
@@ -114,7 +111,7 @@ void Wait(const Request& request, ProcessHistory& history) {
 
 Token OutsideToken(const Sessions& sessions) {
   Token token;
-  token.userSid = kPlainLocalSid;
+  token.userSid = host::kLocalServiceSid;
   const auto console = sessions.all().find(sessions.console());
   if (console == sessions.all().end() || console->second.user.empty()) return token;
   token.userSid = console->second.sid;

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <condition_variable>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -56,6 +57,7 @@ struct MachineLink::Impl {
 
   bool EnsureConnected();
   void Close();
+  void ReapReader();
   bool Send(const std::string& payload);
   void ReadLoop(int socket);
   bool HandleMessage(const std::string& payload);
@@ -90,6 +92,18 @@ void MachineLink::Impl::Close() {
   const std::lock_guard sendLock(sendMutex);
   if (descriptor >= 0) close(descriptor);
   descriptor = -1;
+}
+
+// At the end of the process: a reader whose connection has ended is not left behind. One that still reads is, as its
+// process's other threads are.
+void MachineLink::Impl::ReapReader() {
+  const std::unique_lock connectLock(connectMutex, std::try_to_lock);
+  if (!connectLock.owns_lock() || !reader.joinable() || reader.get_id() == std::this_thread::get_id()) return;
+  {
+    const std::lock_guard stateLock(stateMutex);
+    if (connected) return;
+  }
+  reader.join();
 }
 
 bool MachineLink::Impl::Send(const std::string& payload) {
@@ -177,7 +191,10 @@ bool MachineLink::Impl::WaitForReply(std::unique_lock<std::mutex>& lock, std::ui
 
 MachineLink& MachineLink::Instance() {
   // Never destroyed: threads of the process may use it until the very end.
-  static MachineLink* const link = new MachineLink;
+  static MachineLink* const link = [] {
+    std::atexit([] { Instance().impl_->ReapReader(); });
+    return new MachineLink;
+  }();
   return *link;
 }
 

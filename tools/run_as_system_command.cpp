@@ -37,8 +37,10 @@ void Show(const Options& options, const Request& request, const std::vector<Star
     std::printf("%s\n", object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
     return;
   }
+  // Several: other clients asked for the like at the same time.
+  const char* const verb = started.size() > 1 ? "perhaps started" : "started";
   for (const StartedProgram& program : started)
-    std::printf("started in session %u, process %u: %s\n", program.session, program.pid, program.commandLine.c_str());
+    std::printf("%s in session %u, process %u: %s\n", verb, program.session, program.pid, program.commandLine.c_str());
   if (request.noWait)
     std::printf("it runs; not waited for\n");
   else
@@ -59,7 +61,9 @@ int Run(const Options& options, const Request& request) {
       connection, {ToWide(request.command), ToWide(request.parameters), !request.noWait, request.clientSession},
       &exitCode);
   if (!status.Ok()) return Refuse(options, request, status);
-  Show(options, request, programs.ByService(), exitCode);
+  StartedBy wanted = {request.parameters, request.clientSession, std::nullopt};
+  if (!request.noWait) wanted.exitCode = exitCode;
+  Show(options, request, programs.ByService(wanted), exitCode);
   return kDone;
 }
 

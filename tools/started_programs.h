@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,14 +15,21 @@ struct StartedProgram {
   std::string commandLine;  // as the service gave it
 };
 
+// How to tell the program of one request from those that other clients have the service start meanwhile.
+struct StartedBy {
+  std::string parameters;                 // the caller's, the end of the command line; empty: any
+  bool clientSession = false;             // in this process's session, else in the services'
+  std::optional<std::uint32_t> exitCode;  // where the program was waited for
+};
+
 // Looks from construction on. On Windows nobody tells, so there are none to see.
 class StartedPrograms {
  public:
   StartedPrograms();
 
-  // What the service has started since, oldest first; also what other clients had it start meanwhile. Empty where the
-  // machine does not tell.
-  std::vector<StartedProgram> ByService() const;
+  // What the service has started since that fits the request, oldest first: more than one only where other clients
+  // asked for the like meanwhile. Empty where the machine does not tell.
+  std::vector<StartedProgram> ByService(const StartedBy& request) const;
 
  private:
   std::uint64_t last_ = 0;     // the number of the newest program before

@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/host/base/error_codes.h"
+#include "platform/host/identity/process_token.h"
 #include "platform/host/link/machine_link.h"
 #include "tools/machine_control.h"
 #include "tools/started_programs.h"
@@ -26,6 +27,13 @@ StartedProgram ProgramOf(const json& row) {
           row.value("commandLine", "")};
 }
 
+// `session`: where the request has its program run.
+bool Fits(const StartedProgram& program, const json& row, const StartedBy& request, std::uint32_t session) {
+  const bool ending = request.parameters.empty() || program.commandLine.ends_with(' ' + request.parameters);
+  if (program.session != session || !ending) return false;
+  return !request.exitCode || row.value("exitCode", std::int64_t{-1}) == *request.exitCode;
+}
+
 }  // namespace
 
 StartedPrograms::StartedPrograms() {
@@ -35,12 +43,15 @@ StartedPrograms::StartedPrograms() {
   if (!history.empty()) last_ = history.back().value("number", std::uint64_t{0});
 }
 
-std::vector<StartedProgram> StartedPrograms::ByService() const {
+std::vector<StartedProgram> StartedPrograms::ByService(const StartedBy& request) const {
   std::vector<StartedProgram> started;
   if (service_ == 0) return started;
-  for (const json& row : History())
-    if (row.value("number", std::uint64_t{0}) > last_ && row.value("requester", std::uint64_t{0}) == service_)
-      started.push_back(ProgramOf(row));
+  const std::uint32_t session = request.clientSession ? host::OwnToken().session : 0;
+  for (const json& row : History()) {
+    if (row.value("number", std::uint64_t{0}) <= last_ || row.value("requester", std::uint64_t{0}) != service_)
+      continue;
+    if (const StartedProgram program = ProgramOf(row); Fits(program, row, request, session)) started.push_back(program);
+  }
   return started;
 }
 

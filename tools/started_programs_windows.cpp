@@ -4,7 +4,7 @@ namespace tool {
 
 StartedPrograms::StartedPrograms() = default;
 
-std::vector<StartedProgram> StartedPrograms::ByService() const {
+std::vector<StartedProgram> StartedPrograms::ByService(const StartedBy&) const {
   return {};
 }
 

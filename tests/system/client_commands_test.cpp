@@ -112,6 +112,20 @@ TEST_F(ClientCommandsTest, RunsWithoutWaitingAndInTheCallersSession) {
   EXPECT_EQ(there.at("started")[0].at("session"), 1);
 }
 
+// What others have the service start at the same time is not shown as this request's.
+TEST_F(ClientCommandsTest, ShowsItsOwnProgramAmongOthers) {
+  Done({"caps", "grant", kPackage});
+  Done({"allow", "add", "leave", "/bin/sh", "--", "-c \"sleep 0.2; exit $0\""});
+  std::vector<std::unique_ptr<RunningTool>> requests;
+  for (int code = 1; code <= 6; ++code)
+    requests.push_back(BeginAs({"--package", kPackage}, {"run-as-system", "leave", std::to_string(code)}));
+  for (int code = 1; code <= 6; ++code) {
+    const std::string output = requests[static_cast<std::size_t>(code - 1)]->Finish().output;
+    EXPECT_THAT(output, HasSubstr("exit $0\" " + std::to_string(code) + "\nexit code " + std::to_string(code) + "\n"));
+    EXPECT_EQ(output.find("started"), output.rfind("started")) << output;
+  }
+}
+
 // A client that waits for a program learns at once that the service is gone.
 TEST_F(ClientCommandsTest, AKilledServiceEndsTheRequest) {
   Done({"caps", "grant", kPackage});

@@ -8,6 +8,9 @@
 #include "tools/exit_codes.h"
 #include "tools/report.h"
 #include "tools/signals.h"
+#ifndef _WIN32
+#include "tools/standard_streams.h"
+#endif
 
 namespace {
 
@@ -37,6 +40,9 @@ int ReportUsage(const CLI::App& app, const CLI::ParseError& error) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifndef _WIN32
+  tool::OpenStandardStreams();
+#endif
   tool::Options options;
   CLI::App app("Drives a simulated machine and speaks to its service.", "hkd04a7ctl");
   AddCommands(app, options);

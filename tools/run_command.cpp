@@ -59,9 +59,15 @@ int RunProgram(const Options& options, const RunRequest& request) {
   return ProgramRun(options).Run(std::move(message));
 }
 
+// An empty name is one that a script lost, not the default.
+std::string NameError(const std::string& text) {
+  return text.empty() ? "it is empty" : TextError(text);
+}
+
 CLI::Validator Capability() {
   return CLI::Validator(
       [](std::string& text) {
+        if (std::string error = TextError(text); !error.empty()) return error;
         return text.empty() || CapabilitySid(text).empty() ? "not a capability: " + text : std::string();
       },
       "");
@@ -74,10 +80,10 @@ void AddRunCommand(CLI::App& app, Options& options) {
   auto request = std::make_shared<RunRequest>();
   RunIdentity& identity = request->identity;
   run->add_option("--user", identity.user, "the user; default: who is in the session, or at the console")
-      ->check(TextError);
+      ->check(NameError);
   run->add_option("--session", identity.session, "the session; default: the user's, or the console's")
       ->check(WordError);
-  run->add_option("--package", identity.package, "the package family name; default: not packaged")->check(TextError);
+  run->add_option("--package", identity.package, "the package family name; default: not packaged")->check(NameError);
   run->add_flag("--app-container", identity.appContainer, "in an app container, and all that it starts");
   run->add_option("--capability", identity.capabilities, "a capability's name or SID; may be given several times")
       ->allow_extra_args(false)

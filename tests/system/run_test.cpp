@@ -101,6 +101,9 @@ TEST_F(RunTest, SaysWhyItDoesNotRun) {
       {{"--user", "nobody-there", "--", "true"}, 1, "there is no user nobody-there"},
       {{"--session", "9", "--", "true"}, 1, "there is no session 9"},
       {{"--capability", "S-1-wrong", "--", "true"}, 2, "not a capability"},
+      {{"--capability", "\xff", "--", "true"}, 2, "not UTF-8"},
+      {{"--user", "", "--", "true"}, 2, "it is empty"},
+      {{"--package", "", "--", "true"}, 2, "it is empty"},
       {{"--"}, 2, "program is required"},
       {{"--", "echo", "\xff"}, 2, "not UTF-8"},
   };
@@ -119,6 +122,9 @@ TEST_F(RunTest, AProgramWhoseOutputGoesNowhereEnds) {
   EXPECT_EQ(WEXITSTATUS(std::system((tool + " run -- yes | head -n 1 >/dev/null").c_str())), 0);
   EXPECT_EQ(WEXITSTATUS(std::system((tool + " run -- yes >/dev/full 2>/dev/null").c_str())), 1);
   EXPECT_THAT(AwaitStatus("/yes", false), Not(HasSubstr("/yes")));
+  // A stream that was closed is none: nothing else is opened in its place and written to.
+  for (const char* command : {" run -- echo lost", " status", " press 1"})
+    EXPECT_EQ(WEXITSTATUS(std::system((tool + command + " <&- >&- 2>&-").c_str())), 1) << command;
 }
 
 }  // namespace

@@ -187,10 +187,12 @@ void KeptProcess::End(const ProcessEnd& end) {
 }
 
 void KeptProcess::HandleKeeperGone() {
-  // A keeper that was killed takes its child with it (the child asked for that), but tells nothing.
+  // A keeper that was killed takes its child with it (the child asked for that), but not what that has started, and
+  // tells nothing.
   if (observer_.started) FailStart(ERROR_NOT_ENOUGH_MEMORY, "the keeper of " + request_.program + " ended");
   if (!over_) End(ProcessEnd{true, SIGKILL});
   waitpid(keeper_, nullptr, 0);
+  table_.EndAdopted();
   Withdraw(keeper_);
   table_.Remove(this);
 }

@@ -23,6 +23,7 @@ class KeptProcess : public std::enable_shared_from_this<KeptProcess> {
   void Terminate();
 
   pid_t pid() const { return pid_; }
+  pid_t keeper() const { return keeper_; }
   const Token& token() const { return request_.token; }
   // The keeper counts too: what its program leaves running becomes its child.
   bool Covers(pid_t pid) const { return pid == keeper_ || (pid == pid_ && !over_); }

@@ -24,6 +24,9 @@ struct Options {
   // Replaces starting a program: brings the service to its dispatcher inside this very process, usually on a new
   // thread. Called on the machine's thread; must not wait. Answers 0 or the Win32 code of the failed start.
   std::function<unsigned(const ServiceLaunch&)> launcher;
+  // The process serves this machine alone, and what a keeper leaves behind when it is killed becomes its child
+  // (PR_SET_CHILD_SUBREAPER): the machine ends it.
+  bool adopts = false;
 };
 
 // A machine that is up from Start to Stop. Its parts are reached over the control socket alone, also by the process

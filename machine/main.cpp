@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -67,6 +68,7 @@ int Serve(StartReport report, bool detach) {
 
   machine::Options options;
   options.directory = host::CurrentMachineDirectory();
+  options.adopts = prctl(PR_SET_CHILD_SUBREAPER, 1) == 0;
   static machine::Machine machine(options);
   std::string error;
   if (!machine.Start(&error)) {

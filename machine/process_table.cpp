@@ -6,8 +6,10 @@
 #include <cerrno>
 #include <cstring>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <utility>
 
+#include "machine/descendants.h"
 #include "machine/kept_process.h"
 #include "platform/host/base/error_codes.h"
 #include "platform/host/base/process_stat.h"
@@ -74,6 +76,13 @@ json ProcessTable::Rows() const {
   json rows = json::array();
   for (const auto& [key, process] : processes_) rows.push_back(process->Row());
   return rows;
+}
+
+void ProcessTable::EndAdopted() const {
+  if (!settings_.adopts) return;
+  std::set<pid_t> keepers;
+  for (const auto& [key, process] : processes_) keepers.insert(process->keeper());
+  EndAllBut(keepers);
 }
 
 void ProcessTable::Remove(KeptProcess* process) {

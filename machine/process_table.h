@@ -25,6 +25,7 @@ class ProcessTable {
     std::string runtimeFolder;
     std::string machineRoot;  // for HKD04A7_MACHINE; empty: the daemon's own environment says it
     std::string keeperProgram;
+    bool adopts = false;  // what a killed keeper leaves becomes this process's, which ends it
   };
   // What the one who launches a program hears of it, each at most once and in this order.
   struct Observer {
@@ -62,6 +63,7 @@ class ProcessTable {
  private:
   friend class KeptProcess;
   void Remove(KeptProcess* process);
+  void EndAdopted() const;
 
   Loop& loop_;
   const Settings settings_;

@@ -116,6 +116,22 @@ class DaemonTest : public testing::Test {
   TemporaryFolder folder_;
 };
 
+// Whoever kills a keeper frees nobody from the machine.
+TEST_F(DaemonTest, EndsWhatAKilledKeeperLeaves) {
+  ASSERT_EQ(RunDaemon(), 0);
+  const auto other = Ask("process.run", {{"program", "/bin/sleep"}, {"arguments", {"100"}}}).at("pid").get<pid_t>();
+  const std::string script = "setsid sh -c 'echo $$ > " + folder_.path() + "/child; sleep 100; true' & exec sleep 100";
+  const json family = {{"program", "/bin/sh"}, {"arguments", {"-c", script}}};
+  const auto pid = Ask("process.run", family).at("pid").get<pid_t>();
+  const pid_t child = ReadPid(folder_.path() + "/child");
+  const pid_t keeper = host::ParentProcess(pid);
+  ASSERT_EQ(kill(keeper, SIGKILL), 0);
+  EXPECT_TRUE(Eventually([&] { return IsGone(pid) && IsGone(child); }));
+  EXPECT_TRUE(Eventually([&] { return !host::ReadProcessStat(keeper) && !host::ReadProcessStat(child); })) << "reaped";
+  EXPECT_FALSE(IsGone(other));
+  EXPECT_EQ(Ask("process.list").at("processes").size(), 1u);
+}
+
 TEST_F(DaemonTest, ComesUpOnceAndGoesDown) {
   ASSERT_EQ(RunDaemon(), 0);
   EXPECT_EQ(RunDaemon(), 1);

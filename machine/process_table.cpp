@@ -2,6 +2,7 @@
 
 #include <string.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include <utility>
 
 #include "machine/descendants.h"
+#include "machine/json_file.h"
 #include "machine/kept_process.h"
 #include "platform/host/base/error_codes.h"
 #include "platform/host/base/process_stat.h"
@@ -34,6 +36,7 @@ ProcessTable::~ProcessTable() = default;
 
 std::uint64_t ProcessTable::Launch(const ProcessRequest& request, Observer observer) {
   mkdir((settings_.runtimeFolder + "/processes").c_str(), 0700);
+  PublishAdopter();
   const std::uint64_t number = nextNumber_++;
   const auto process = std::make_shared<KeptProcess>(*this, number, request, observer);
   if (process->Begin()) {
@@ -76,6 +79,14 @@ json ProcessTable::Rows() const {
   json rows = json::array();
   for (const auto& [key, process] : processes_) rows.push_back(process->Row());
   return rows;
+}
+
+// Before each keeper, as a boot takes the row away.
+void ProcessTable::PublishAdopter() const {
+  if (!settings_.adopts) return;
+  const pid_t own = getpid();
+  const json row = {{"pid", own}, {"startTime", host::ProcessStartTime(own)}, {"role", "machine"}};
+  WriteJsonFile(settings_.runtimeFolder + "/processes/" + std::to_string(own), row, false, nullptr);
 }
 
 void ProcessTable::EndAdopted() const {

@@ -25,7 +25,9 @@ class ProcessTable {
     std::string runtimeFolder;
     std::string machineRoot;  // for HKD04A7_MACHINE; empty: the daemon's own environment says it
     std::string keeperProgram;
-    bool adopts = false;  // what a killed keeper leaves becomes this process's, which ends it
+    // What a killed keeper leaves becomes this process's, which ends it. It is nobody's then: for whoever looks its
+    // token up, the search ends at this process's row, which has none.
+    bool adopts = false;
   };
   // What the one who launches a program hears of it, each at most once and in this order.
   struct Observer {
@@ -63,6 +65,7 @@ class ProcessTable {
  private:
   friend class KeptProcess;
   void Remove(KeptProcess* process);
+  void PublishAdopter() const;
   void EndAdopted() const;
 
   Loop& loop_;

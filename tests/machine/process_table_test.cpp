@@ -8,6 +8,7 @@
 
 #include "platform/host/base/machine_directory.h"
 #include "platform/host/base/process_stat.h"
+#include "platform/host/identity/process_token.h"
 #include "platform/host/link/machine_link.h"
 #include "tests/machine/machine_fixture.h"
 
@@ -116,7 +117,7 @@ class DaemonTest : public testing::Test {
   TemporaryFolder folder_;
 };
 
-// Whoever kills a keeper frees nobody from the machine.
+// Whoever kills a keeper frees nobody from the machine: what it leaves is the daemon's, and has no token until it ends.
 TEST_F(DaemonTest, EndsWhatAKilledKeeperLeaves) {
   ASSERT_EQ(RunDaemon(), 0);
   const auto other = Ask("process.run", {{"program", "/bin/sleep"}, {"arguments", {"100"}}}).at("pid").get<pid_t>();
@@ -125,6 +126,7 @@ TEST_F(DaemonTest, EndsWhatAKilledKeeperLeaves) {
   const auto pid = Ask("process.run", family).at("pid").get<pid_t>();
   const pid_t child = ReadPid(folder_.path() + "/child");
   const pid_t keeper = host::ParentProcess(pid);
+  EXPECT_FALSE(host::TokenOfProcess(host::ParentProcess(keeper)));
   ASSERT_EQ(kill(keeper, SIGKILL), 0);
   EXPECT_TRUE(Eventually([&] { return IsGone(pid) && IsGone(child); }));
   EXPECT_TRUE(Eventually([&] { return !host::ReadProcessStat(keeper) && !host::ReadProcessStat(child); })) << "reaped";

@@ -9,6 +9,7 @@
 #include "platform/host/base/machine_directory.h"
 #include "platform/host/link/unix_socket.h"
 #include "platform/host/rpc/server_status.h"
+#include "platform/security.h"
 #include "tests/rpc/server_fixture.h"
 
 using namespace host::rpc;
@@ -56,6 +57,28 @@ TEST_F(ServerEndpoints, RunningOutOfDescriptorsDelaysClientsAndDoesNotSpin) {
   setrlimit(RLIMIT_NOFILE, &old);
   close(reserved[0]);
   close(reserved[1]);
+}
+
+// One that says nothing of who may call must not admit everybody.
+TEST_F(ServerEndpoints, DescriptorsWithoutAListAreRefused) {
+  char malformed[64] = {9};
+  SECURITY_DESCRIPTOR empty{};
+  ASSERT_TRUE(InitializeSecurityDescriptor(&empty, SECURITY_DESCRIPTOR_REVISION));
+  SECURITY_DESCRIPTOR everybody = empty;
+  ASSERT_TRUE(SetSecurityDescriptorDacl(&everybody, TRUE, nullptr, FALSE));
+  const struct {
+    void* descriptor;
+    RPC_STATUS status;
+  } cases[] = {{malformed, RPC_S_INVALID_SECURITY_DESC}, {&empty, RPC_S_INVALID_SECURITY_DESC}, {&everybody, RPC_S_OK}};
+  ASSERT_EQ(RpcServerUnregisterIf(Handle(kTestInterface), nullptr, TRUE), RPC_S_OK);
+  for (const auto& [descriptor, status] : cases) {
+    std::u16string protocol = u"ncalrpc";
+    std::u16string endpoint = u"Another";
+    EXPECT_EQ(RpcServerUseProtseqEpW(protocol.data(), 10, endpoint.data(), descriptor), status);
+    EXPECT_EQ(RpcServerRegisterIf3(Handle(kTestInterface), nullptr, nullptr,
+                                   RPC_IF_AUTOLISTEN | RPC_IF_ALLOW_LOCAL_ONLY, kTestMaxCalls, 0, nullptr, descriptor),
+              status);
+  }
 }
 
 TEST_F(ServerEndpoints, EndpointsAreRefusedByTheirOwnCodes) {

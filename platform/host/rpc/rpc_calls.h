@@ -5,12 +5,14 @@
 
 // --- Server -------------------------------------------------------------------------------------------------------
 
-// Opens an endpoint ("ncalrpc" only), which lives as long as the process. `securityDescriptor` (may be null) is copied.
+// Opens an endpoint ("ncalrpc" only), which lives as long as the process. `securityDescriptor` (may be null) is copied;
+// one that is malformed or has no DACL is RPC_S_INVALID_SECURITY_DESC (1338).
 // RPC_S_PROTSEQ_NOT_SUPPORTED, RPC_S_INVALID_ENDPOINT_FORMAT, RPC_S_DUPLICATE_ENDPOINT, RPC_S_CANT_CREATE_ENDPOINT.
 RPC_STATUS RpcServerUseProtseqEpW(RPC_WSTR protocolSequence, unsigned int maxRequests, RPC_WSTR endpoint,
                                   void* securityDescriptor);
 
 // Puts an interface on the air; `ifSpec` is one of the server interface handles (platform/rpc_interface.h).
+// `securityDescriptor` as above.
 RPC_STATUS RpcServerRegisterIf3(RPC_IF_HANDLE ifSpec, UUID* managerType, RPC_MGR_EPV* managerVector, unsigned int flags,
                                 unsigned int maxCalls, unsigned int maxRpcSize, RPC_IF_CALLBACK_FN* callback,
                                 void* securityDescriptor);

@@ -28,6 +28,12 @@ int Backlog(unsigned maxRequests) {
   return static_cast<int>(std::clamp<unsigned>(maxRequests, kLeastBacklog, SOMAXCONN));
 }
 
+// The descriptor as text; false for one that is not null and says nothing of who may call: without a list, everybody.
+bool DescriptorText(const void* descriptor, std::string* sddl) {
+  *sddl = host::DescriptorToSddl(descriptor);
+  return descriptor == nullptr || !sddl->empty();
+}
+
 // The runtime runs calls in turn by one handle at most.
 bool UsesSeveralSerializedHandles(const host::rpc::InterfaceDescription& description) {
   const auto serialized = [&](const host::rpc::Parameter& parameter) {
@@ -49,7 +55,9 @@ RPC_STATUS RpcServerUseProtseqEpW(RPC_WSTR protocolSequence, unsigned int maxReq
   }
   const std::string name = endpoint != nullptr ? host::ToUtf8(endpoint) : std::string();
   if (!host::rpc::ValidEndpointName(name)) return RPC_S_INVALID_ENDPOINT_FORMAT;
-  return ServerRuntime::Instance().AddEndpoint(name, Backlog(maxRequests), host::DescriptorToSddl(securityDescriptor));
+  std::string sddl;
+  if (!DescriptorText(securityDescriptor, &sddl)) return RPC_S_INVALID_SECURITY_DESC;
+  return ServerRuntime::Instance().AddEndpoint(name, Backlog(maxRequests), sddl);
 }
 
 RPC_STATUS RpcServerRegisterIf3(RPC_IF_HANDLE ifSpec, UUID* managerType, RPC_MGR_EPV* managerVector, unsigned int flags,
@@ -64,8 +72,9 @@ RPC_STATUS RpcServerRegisterIf3(RPC_IF_HANDLE ifSpec, UUID* managerType, RPC_MGR
   if (UsesSeveralSerializedHandles(Description(ifSpec))) {
     host::Unsupported("RpcServerRegisterIf3", "ifSpec: several serialized context handles in one procedure");
   }
-  return ServerRuntime::Instance().interfaces().Register(Description(ifSpec), maxCalls,
-                                                         host::DescriptorToSddl(securityDescriptor));
+  std::string sddl;
+  if (!DescriptorText(securityDescriptor, &sddl)) return RPC_S_INVALID_SECURITY_DESC;
+  return ServerRuntime::Instance().interfaces().Register(Description(ifSpec), maxCalls, sddl);
 }
 
 RPC_STATUS RpcServerUnregisterIf(RPC_IF_HANDLE ifSpec, UUID* managerType, unsigned int waitForCallsToComplete) {

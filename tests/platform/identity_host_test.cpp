@@ -43,6 +43,9 @@ TEST_F(IdentityTest, ARowThatCannotBeReadIsNoWayOut) {
     Write("processes/" + std::to_string(family.last()), text);
     EXPECT_FALSE(host::TokenOfProcess(family.last())) << text;
   }
+  Publish(1, json::array({{{"id", 1}, {"sid", "S-1-5-21-9"}}}));
+  Write("processes/" + std::to_string(getpid()), "{");
+  EXPECT_EQ(host::OwnToken(), kPlain) << "not the console's user";
 }
 
 TEST_F(IdentityTest, NoProcessHasNoToken) {

@@ -1,5 +1,6 @@
 #include "platform/host/identity/process_token.h"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -58,11 +59,21 @@ Search FindRow(pid_t pid, std::uint64_t startTime, TokenFacts* token) {
   }
 }
 
-// Whether `parent`, read by the number in `stat`, is the parent of `pid` and not a later process with that number.
-bool IsStillParent(const ProcessStat& parent, pid_t pid, const ProcessStat& stat) {
-  if (parent.startTime < stat.startTime) return true;  // a later one would have started after the parent's end
+// Whether the process of `stat` has the same parent as when that was read.
+bool HasSameParent(pid_t pid, const ProcessStat& stat) {
   const auto again = ReadProcessStat(pid);
   return again && again->startTime == stat.startTime && again->parent == stat.parent;
+}
+
+// Whether `parent`, read by the number in `stat`, is the parent of `pid` and not a later process with that number.
+bool IsStillParent(const ProcessStat& parent, pid_t pid, const ProcessStat& stat) {
+  // A later one would have started after the parent's end.
+  return parent.startTime < stat.startTime || HasSameParent(pid, stat);
+}
+
+// Whether the parent is another user's, whose processes the kernel does not show: it is none of this user's machine.
+bool IsParentHidden(pid_t pid, const ProcessStat& stat) {
+  return kill(stat.parent, 0) != 0 && errno == EPERM && HasSameParent(pid, stat);
 }
 
 // One walk upwards from a process. `*changed`: an ancestor ended meanwhile, so its children have another parent by now.
@@ -71,6 +82,7 @@ Search WalkUp(pid_t pid, ProcessStat stat, TokenFacts* token, bool* changed) {
     const Search row = FindRow(pid, stat.startTime, token);
     if (row != Search::kNone || stat.parent <= 1) return row;
     const auto parent = ReadProcessStat(stat.parent);
+    if (!parent && IsParentHidden(pid, stat)) return Search::kNone;
     *changed = !parent || !IsStillParent(*parent, pid, stat);
     if (*changed) return Search::kNone;
     pid = stat.parent;
@@ -78,8 +90,8 @@ Search WalkUp(pid_t pid, ProcessStat stat, TokenFacts* token, bool* changed) {
   }
 }
 
-// Ancestors that end under the eyes of the search begin it anew. One that is there and cannot be looked at, as where
-// the kernel hides other users' processes, must not make it endless.
+// Ancestors that end under the eyes of the search begin it anew; one that is there and cannot be looked at must not
+// make it endless.
 constexpr int kMostWalks = 100;
 
 // The token in the table of a living process or of its nearest ancestor there. kFailed when there is no such process.
@@ -94,11 +106,17 @@ Search FindInTable(pid_t pid, TokenFacts* token) {
   return Search::kFailed;
 }
 
+// A plain local account's, in session 0.
+TokenFacts PlainToken() {
+  TokenFacts token;
+  token.userSid = kLocalServiceSid;
+  return token;
+}
+
 }  // namespace
 
 TokenFacts OutsideToken() {
-  TokenFacts token;
-  token.userSid = kLocalServiceSid;
+  TokenFacts token = PlainToken();
   json published;
   if (ReadObject(CurrentMachineDirectory().runtime + "/sessions.json", &published) != Search::kFound) return token;
   try {
@@ -136,7 +154,8 @@ TokenFacts OwnToken() {
   const std::string runtime = CurrentMachineDirectory().runtime;
   if (own.found && own.runtime == runtime) return *own.found;
   TokenFacts token;
-  if (FindInTable(getpid(), &token) != Search::kFound) return OutsideToken();
+  const Search search = FindInTable(getpid(), &token);
+  if (search != Search::kFound) return search == Search::kNone ? OutsideToken() : PlainToken();
   own.runtime = runtime;
   own.found = token;
   return token;

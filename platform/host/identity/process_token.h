@@ -24,7 +24,8 @@ TokenFacts OutsideToken();
 // is no such process, neither a row nor a living one, and when its row cannot be read.
 std::optional<TokenFacts> TokenOfProcess(pid_t pid);
 
-// The token of this process: the one set below, else as TokenOfProcess says.
+// The token of this process: the one set below, else as TokenOfProcess says, and where that says nothing (its row
+// cannot be read) one that says least: that of a plain local account (LocalService) in session 0.
 TokenFacts OwnToken();
 
 // For tests whose process stands for another: makes `facts` this process's own token; none takes it back.

@@ -35,6 +35,11 @@ void Responder::Fail(DWORD error, const std::string& message) const {
   Reply(json{{"error", error}, {"message", message}});
 }
 
+bool Responder::IsAwaited() const {
+  const auto connection = state_->connection.lock();
+  return connection != nullptr && connection->open() && !state_->answered && state_->requestId != 0;
+}
+
 bool OpRegistry::Dispatch(const std::shared_ptr<Connection>& connection, const std::string& payload) const {
   const json body = json::parse(payload, nullptr, false);
   if (!body.is_object()) return false;

@@ -26,6 +26,8 @@ class Responder {
   void Done() const;
   // Sends the failure: a Win32 code other than 0, and a sentence for people.
   void Fail(DWORD error, const std::string& message) const;
+  // Whether there is still someone to hear the answer.
+  bool IsAwaited() const;
 
  private:
   struct State;

@@ -10,9 +10,11 @@ using nlohmann::json;
 
 namespace {
 
-constexpr std::size_t kKept = 256;
+constexpr std::size_t kEndedKept = 256;
 
 json Row(std::uint64_t number, const ProcessHistory::Program& program) {
+  const auto waiting = std::count_if(program.waiting.begin(), program.waiting.end(),
+                                     [](const auto& waiter) { return waiter.isThere(); });
   json row = {{"number", number},
               {"pid", program.pid},
               {"program", program.request.program},
@@ -20,7 +22,7 @@ json Row(std::uint64_t number, const ProcessHistory::Program& program) {
               {"commandLine", program.request.commandLine},
               {"token", ToJson(program.request.token)},
               {"requester", program.request.requester},
-              {"waiting", program.waiting.size()}};
+              {"waiting", waiting}};
   if (program.end) row["exitCode"] = ExitCode(*program.end);
   if (program.end && program.end->signalled) row["signal"] = program.end->value;
   return row;
@@ -30,7 +32,6 @@ json Row(std::uint64_t number, const ProcessHistory::Program& program) {
 
 void ProcessHistory::Add(std::uint64_t number, Program program) {
   programs_.emplace(number, std::move(program));
-  ForgetOldest();
 }
 
 void ProcessHistory::Remove(std::uint64_t number) {
@@ -42,8 +43,11 @@ void ProcessHistory::End(std::uint64_t number, const ProcessEnd& end) {
   if (found == programs_.end()) return;
   found->second.end = end;
   const auto waiting = std::exchange(found->second.waiting, {});
-  for (const auto& done : waiting) done(found->second);
-  ForgetOldest();
+  for (const Waiter& waiter : waiting) waiter.done(found->second);
+  ended_.push_back(number);
+  if (ended_.size() <= kEndedKept) return;
+  programs_.erase(ended_.front());
+  ended_.pop_front();
 }
 
 std::optional<std::uint64_t> ProcessHistory::Find(pid_t pid, std::uint64_t startTime) const {
@@ -54,14 +58,16 @@ std::optional<std::uint64_t> ProcessHistory::Find(pid_t pid, std::uint64_t start
   return found->first;
 }
 
-bool ProcessHistory::OnEnd(std::uint64_t number, std::function<void(const Program&)> done) {
+bool ProcessHistory::OnEnd(std::uint64_t number, Waiter waiter) {
   const auto found = programs_.find(number);
   if (found == programs_.end()) return false;
-  if (found->second.end) {
-    done(found->second);
-  } else {
-    found->second.waiting.push_back(std::move(done));
+  Program& program = found->second;
+  if (program.end) {
+    waiter.done(program);
+    return true;
   }
+  std::erase_if(program.waiting, [](const Waiter& earlier) { return !earlier.isThere(); });
+  program.waiting.push_back(std::move(waiter));
   return true;
 }
 
@@ -69,11 +75,6 @@ json ProcessHistory::Report() const {
   json report = json::array();
   for (const auto& [number, program] : programs_) report.push_back(Row(number, program));
   return report;
-}
-
-void ProcessHistory::ForgetOldest() {
-  for (auto oldest = programs_.begin(); programs_.size() > kKept && oldest != programs_.end();)
-    oldest = oldest->second.end ? programs_.erase(oldest) : std::next(oldest);
 }
 
 }  // namespace machine

@@ -103,7 +103,8 @@ void Wait(const Request& request, ProcessHistory& history) {
     if (program.end->signalled) reply["signal"] = program.end->value;
     responder.Reply(std::move(reply));
   };
-  if (!number || !history.OnEnd(*number, answer))
+  const auto isThere = [responder = request.responder] { return responder.IsAwaited(); };
+  if (!number || !history.OnEnd(*number, {answer, isThere}))
     request.responder.Fail(ERROR_INVALID_PARAMETER, "the machine knows no such program");
 }
 

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <thread>
 
+#include "machine/process_history.h"
 #include "platform/host/base/machine_directory.h"
 #include "platform/host/link/machine_link.h"
 #include "tests/machine/machine_fixture.h"
@@ -115,6 +116,32 @@ TEST_F(ProgramsTest, SomeoneWhoWaitsHearsOfTheEndAlsoWhenTheMachineGoesDown) {
   waiting.join();
   ASSERT_EQ(code, 0u);
   EXPECT_EQ(end.at("signal"), 15);
+}
+
+TEST_F(ProgramsTest, SomeoneWhoWaitsNoLongerIsForgotten) {
+  const auto number = Ask("process.run", {{"program", "/bin/sleep"}, {"arguments", {"100"}}}).at("number");
+  const auto waiting = [] { return Ask("process.history").at("programs").at(0).at("waiting"); };
+  {
+    host::MachineLink waiter;
+    EXPECT_EQ(waiter.Post({{"op", "process.wait"}, {"id", 4711}, {"number", number}}), 0u);
+    EXPECT_TRUE(Eventually([&] { return waiting() == 1; }));
+  }
+  EXPECT_TRUE(Eventually([&] { return waiting() == 0; }));
+}
+
+TEST(ProcessHistoryTest, KeepsWhatRunsAndTheLastThatEnded) {
+  constexpr std::uint64_t kPrograms = 400;
+  constexpr std::uint64_t kLongest = 1;
+  machine::ProcessHistory history;
+  for (std::uint64_t number = 1; number <= kPrograms; ++number)
+    history.Add(number, {{}, static_cast<pid_t>(number), 0, std::nullopt, {}});
+  for (std::uint64_t number = kPrograms; number >= 1; --number) history.End(number, {false, 7});
+  int told = 0;
+  const auto tell = [&](const machine::ProcessHistory::Program& program) { told += program.end->value; };
+  EXPECT_TRUE(history.OnEnd(kLongest, {tell, [] { return true; }})) << "the last to end, whenever it started";
+  EXPECT_EQ(told, 7);
+  EXPECT_EQ(history.Report().size(), 256u);
+  EXPECT_FALSE(history.Find(kPrograms, 0)) << "the first to end";
 }
 
 class SessionProcessTest : public ProgramsTest {};

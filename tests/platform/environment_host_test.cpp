@@ -1,12 +1,14 @@
 // The environment of a user.
 #include <stdlib.h>
 
+#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "platform/errors.h"
 #include "platform/handles.h"
+#include "platform/host/base/machine_directory.h"
 #include "platform/host/base/text.h"
 #include "platform/processes.h"
 #include "platform/registry.h"
@@ -95,6 +97,17 @@ TEST_F(EnvironmentTest, IsInTheOrderOfTheNames) {
     return host::CompareNoCase(host::ToUtf16(left), host::ToUtf16(right)) < 0;
   });
   EXPECT_EQ(names, sorted);
+}
+
+TEST_F(EnvironmentTest, AListOfUsersThatIsNoneNamesNobody) {
+  const std::string list = host::CurrentMachineDirectory().state + "/users.json";
+  for (const char* text : {"", "[]", R"({"machineSid": 1})", R"({"machineSid": "S-1-5-21", "users": 1})",
+                           R"({"machineSid": null, "users": {"ada": 1001}})"}) {
+    std::ofstream(list) << text;
+    EXPECT_EQ(Variables({.userSid = "S-1-5-21-1001"}).count("USERNAME"), 0u) << text;
+  }
+  std::ofstream(list) << R"({"machineSid": "S-1-5-21", "users": {"ada": 1001}})";
+  EXPECT_EQ(Variables({.userSid = "S-1-5-21-1001"})["USERNAME"], "ada");
 }
 
 TEST_F(EnvironmentTest, Refusals) {

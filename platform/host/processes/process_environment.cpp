@@ -72,10 +72,14 @@ std::string UserName(const host::TokenFacts& token) {
   std::ifstream file(host::CurrentMachineDirectory().state + "/users.json");
   const json accounts = json::parse(file, nullptr, false);
   if (!accounts.is_object()) return {};
-  const std::string prefix = accounts.value("machineSid", "") + "-";
-  const json users = accounts.value("users", json::object());
-  for (const auto& [name, relativeId] : users.items()) {
-    if (prefix + relativeId.dump() == token.userSid) return name;
+  try {
+    const std::string prefix = accounts.value("machineSid", "") + "-";
+    const json users = accounts.value("users", json::object());
+    for (const auto& [name, relativeId] : users.items()) {
+      if (prefix + relativeId.dump() == token.userSid) return name;
+    }
+  } catch (const json::exception&) {
+    return {};  // not the machine's list
   }
   return {};
 }

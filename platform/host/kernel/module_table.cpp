@@ -26,6 +26,10 @@ DWORD LoadFailure(const std::string& path) {
   return badImage ? ERROR_BAD_EXE_FORMAT : ERROR_MOD_NOT_FOUND;
 }
 
+struct LibraryCloser {
+  void operator()(void* library) const { dlclose(library); }
+};
+
 }  // namespace
 
 std::u16string_view FileNameOf(std::u16string_view path) {
@@ -45,28 +49,23 @@ DWORD ModuleTable::LoadFile(std::u16string_view path, HMODULE* module) {
   const std::string file = ToUtf8(hostPath);
   void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!library) return LoadFailure(file);
+  std::unique_ptr<void, LibraryCloser> reference(library);  // goes after the lock
   std::lock_guard lock(mutex_);
-  Loaded& loaded = modules_[static_cast<HMODULE>(library)];
-  if (loaded.references++ == 0) {
-    loaded.path = hostPath;
-  } else {
-    dlclose(library);  // the first load's reference is the one that counts
-  }
   *module = static_cast<HMODULE>(library);
+  const auto [entry, isFirst] = modules_.try_emplace(*module, Loaded{hostPath, nullptr, 0});
+  ++entry->second.references;
+  if (isFirst) (void)reference.release();  // the first load's is the one that counts
   return ERROR_SUCCESS;
 }
 
 DWORD ModuleTable::LoadSystemModule(std::u16string_view name, HMODULE* module) {
   if (IsModuleTakenAway(name)) return ERROR_MOD_NOT_FOUND;
-  auto exports = FindSystemModule(name);
+  const auto exports = FindSystemModule(name);
   if (!exports) return ERROR_MOD_NOT_FOUND;
   std::lock_guard lock(mutex_);
   *module = reinterpret_cast<HMODULE>(const_cast<ModuleExports*>(exports.get()));
-  Loaded& loaded = modules_[*module];
-  if (loaded.references++ == 0) {
-    loaded.path = name;
-    loaded.exports = std::move(exports);
-  }
+  const auto entry = modules_.try_emplace(*module, Loaded{std::u16string(name), exports, 0}).first;
+  ++entry->second.references;
   return ERROR_SUCCESS;
 }
 

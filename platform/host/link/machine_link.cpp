@@ -15,6 +15,7 @@
 
 #include "platform/host/base/machine_directory.h"
 #include "platform/host/link/frame.h"
+#include "platform/host/link/link_listeners.h"
 #include "platform/host/link/unix_socket.h"
 
 namespace host {
@@ -51,9 +52,8 @@ struct MachineLink::Impl {
   bool connected = false;
   std::uint64_t nextId = 1;
   std::map<std::uint64_t, PendingCall*> pending;
-  std::map<std::string, std::function<void(const json&)>> listeners;
-  std::string runningListener;
-  std::thread::id listenerThread;
+
+  LinkListeners listeners;
 
   bool EnsureConnected();
   void Close();
@@ -61,7 +61,6 @@ struct MachineLink::Impl {
   bool Send(const std::string& payload);
   void ReadLoop(int socket);
   bool HandleMessage(const std::string& payload);
-  void RunListener(const std::string& event, const json& message);
   void LoseConnection();
   bool WaitForReply(std::unique_lock<std::mutex>& lock, std::uint64_t id, PendingCall* call);
 };
@@ -141,7 +140,7 @@ bool MachineLink::Impl::HandleMessage(const std::string& payload) {
   json message = json::parse(payload, nullptr, false);
   if (!message.is_object()) return false;
   if (const auto event = message.find("event"); event != message.end() && event->is_string()) {
-    RunListener(event->get<std::string>(), message);
+    listeners.Run(event->get<std::string>(), message);
     return true;
   }
   const auto id = message.find("id");
@@ -155,23 +154,6 @@ bool MachineLink::Impl::HandleMessage(const std::string& payload) {
   return true;
 }
 
-void MachineLink::Impl::RunListener(const std::string& event, const json& message) {
-  std::function<void(const json&)> listener;
-  {
-    const std::lock_guard lock(stateMutex);
-    const auto found = listeners.find(event);
-    if (found == listeners.end()) return;
-    listener = found->second;
-    runningListener = event;
-    listenerThread = std::this_thread::get_id();
-  }
-  listener(message);
-  const std::lock_guard lock(stateMutex);
-  runningListener.clear();
-  listenerThread = {};
-  changed.notify_all();
-}
-
 void MachineLink::Impl::LoseConnection() {
   {
     const std::lock_guard lock(stateMutex);
@@ -180,7 +162,7 @@ void MachineLink::Impl::LoseConnection() {
     pending.clear();
     changed.notify_all();
   }
-  RunListener("link.closed", json{{"event", "link.closed"}});
+  listeners.Run("link.closed", json{{"event", "link.closed"}});
 }
 
 bool MachineLink::Impl::WaitForReply(std::unique_lock<std::mutex>& lock, std::uint64_t id, PendingCall* call) {
@@ -245,14 +227,7 @@ DWORD MachineLink::Answer(const json& message) {
 }
 
 void MachineLink::Listen(const std::string& event, std::function<void(const json&)> listener) {
-  std::unique_lock lock(impl_->stateMutex);
-  if (listener) {
-    impl_->listeners[event] = std::move(listener);
-    return;
-  }
-  impl_->listeners.erase(event);
-  if (impl_->listenerThread == std::this_thread::get_id()) return;
-  impl_->changed.wait(lock, [&] { return impl_->runningListener != event; });
+  impl_->listeners.Set(event, std::move(listener));
 }
 
 }  // namespace host

@@ -26,6 +26,14 @@ namespace Quorvex::PC::Hkd04a7::Service {
 template <typename Block, typename Target>
 class LiveBlocks {
  public:
+  LiveBlocks() = default;
+  // No call runs any more, and no block is alive.
+  ~LiveBlocks() {
+    for (void* block : ended_) std::free(block);
+  }
+  LiveBlocks(const LiveBlocks&) = delete;
+  LiveBlocks& operator=(const LiveBlocks&) = delete;
+
   // A new block, which holds a reference to `target` until Take. Null when memory is short; the reference is then gone.
   Block* Make(std::shared_ptr<Target> target) HKD_EXCLUDES(lock_) {
     auto* block = static_cast<Block*>(std::malloc(sizeof(Block)));

@@ -13,8 +13,6 @@ using nlohmann::json;
 
 namespace {
 
-constexpr DWORD kAutomaticStart = 2;
-constexpr DWORD kDisabled = 4;
 constexpr DWORD kShutdownInProgress = 1115;
 // What a shutdown gives a service before its process is ended.
 constexpr std::chrono::seconds kShutdownLimit{5};

@@ -11,8 +11,6 @@ using nlohmann::json;
 
 namespace {
 
-constexpr DWORD kAutomaticStart = 2;
-constexpr DWORD kDisabled = 4;
 constexpr std::size_t kMaxNameLength = 256;
 
 }  // namespace

@@ -11,6 +11,10 @@
 
 namespace machine {
 
+// Start types, as SERVICE_AUTO_START and SERVICE_DISABLED.
+inline constexpr DWORD kAutomaticStart = 2;
+inline constexpr DWORD kDisabled = 4;
+
 struct ServiceConfiguration {
   std::string name;
   std::string displayName;

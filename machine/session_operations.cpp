@@ -13,7 +13,6 @@ using nlohmann::json;
 
 namespace {
 
-constexpr DWORD kNoSuchSession = 7022;
 constexpr DWORD kNoSuchLogon = 1312;
 
 std::string Reason(DWORD error) {

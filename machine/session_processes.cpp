@@ -17,8 +17,6 @@ using nlohmann::json;
 
 namespace {
 
-constexpr DWORD kNoSuchSession = 7022;
-constexpr std::uint32_t kServicesSession = 0;
 constexpr std::uint32_t kPidStep = 4;
 
 }  // namespace

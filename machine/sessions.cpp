@@ -12,9 +12,7 @@ using nlohmann::json;
 
 namespace {
 
-constexpr unsigned kNoSuchSession = 7022;
 constexpr unsigned kNoSuchLogon = 1312;
-constexpr std::uint32_t kServicesSession = 0;
 
 }  // namespace
 

@@ -14,6 +14,9 @@
 
 namespace machine {
 
+inline constexpr unsigned kNoSuchSession = 7022;  // ERROR_CTX_WINSTATION_NOT_FOUND
+inline constexpr std::uint32_t kServicesSession = 0;
+
 // As WTS_CONNECTSTATE_CLASS numbers them.
 enum class SessionState { kActive = 0, kConnected = 1, kDisconnected = 4 };
 

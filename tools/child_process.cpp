@@ -17,7 +17,7 @@ namespace tool {
 namespace {
 
 constexpr std::chrono::milliseconds kPollInterval{5};
-constexpr std::chrono::seconds kPatience{3};  // between asking and killing
+constexpr std::chrono::seconds kEndPatience{3};  // between asking and killing
 
 // What posix_spawn is told; freed on every path.
 struct SpawnSettings {
@@ -99,9 +99,9 @@ std::optional<int> ChildProcess::Wait(std::chrono::milliseconds patience) {
 void ChildProcess::Terminate() {
   if (pid_ == 0 || Wait(std::chrono::milliseconds(0))) return;
   kill(pid_, SIGTERM);
-  if (Wait(kPatience)) return;
+  if (Wait(kEndPatience)) return;
   kill(pid_, SIGKILL);
-  Wait(kPatience);
+  Wait(kEndPatience);
 }
 
 }  // namespace tool

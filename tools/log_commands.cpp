@@ -35,7 +35,7 @@ constexpr LogKind kLogs[] = {
 // Prints records, folded unless they are wanted raw.
 class LogPrinter {
  public:
-  LogPrinter(const LogKind& kind, bool json) : kind_(kind), json_(json) {}
+  LogPrinter(const LogKind& kind, bool asJson) : kind_(kind), json_(asJson) {}
 
   void Print(const std::string& line) {
     if (json_) return PrintLine(line);

@@ -17,7 +17,7 @@
 namespace tool {
 namespace {
 
-constexpr std::chrono::seconds kPatience{60};
+constexpr std::chrono::seconds kPowerPatience{60};
 
 // The three resume notifications, by the names of their event types.
 const std::map<std::string, unsigned> kNotifications = {{"critical", 6}, {"suspend", 7}, {"automatic", 18}};
@@ -25,7 +25,7 @@ const std::map<std::string, unsigned> kNotifications = {{"critical", 6}, {"suspe
 }  // namespace
 
 int Suspend(const Options& options) {
-  const MachineRequest request{"suspend", "the machine", "hkd04a7ctl status", kPatience};
+  const MachineRequest request{"suspend", "the machine", "hkd04a7ctl status", kPowerPatience};
   return CallMachine(options, request, nlohmann::json{{"op", "power.suspend"}}, nullptr);
 }
 
@@ -38,7 +38,7 @@ int Resume(const Options& options, const ResumeRequest& resume) {
   device->SetWake(resume.switchWord, resume.buttonWord);
   nlohmann::json message = {{"op", "power.resume"}};
   if (!resume.notifications.empty()) message["notifications"] = resume.notifications;
-  const MachineRequest request{tried, "the machine", "hkd04a7ctl status", kPatience};
+  const MachineRequest request{tried, "the machine", "hkd04a7ctl status", kPowerPatience};
   return CallMachine(options, request, message, nullptr);
 }
 

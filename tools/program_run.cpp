@@ -23,7 +23,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int kInterruptLatency = 100;  // milliseconds for which an interrupt may go unseen
 constexpr std::chrono::seconds kStartPatience{60};
 
 }  // namespace
@@ -91,7 +90,7 @@ void ProgramRun::Follow(const End& end) {
   bool ended = false;
   while (!ended) {
     pollfd ready[] = {{output_.Reader(), POLLIN, 0}, {errors_.Reader(), POLLIN, 0}, {end.signal, POLLIN, 0}};
-    poll(ready, std::size(ready), kInterruptLatency);
+    poll(ready, std::size(ready), static_cast<int>(kInterruptLatency.count()));
     ended = end.known;
     if (!RelayBoth() || Interrupted()) EndProgram();
   }

@@ -10,10 +10,10 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::chrono::seconds kPatience{60};
+constexpr std::chrono::seconds kSessionPatience{60};
 
 MachineRequest ToDo(std::string tried) {
-  return {std::move(tried), "the machine", "hkd04a7ctl status shows the sessions", kPatience};
+  return {std::move(tried), "the machine", "hkd04a7ctl status shows the sessions", kSessionPatience};
 }
 
 int ActOnSession(const Options& options, const std::string& tried, const char* op, std::uint32_t session, bool remote) {

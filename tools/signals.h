@@ -1,7 +1,12 @@
 // What Ctrl-C (and a polite kill) does to the tool.
 #pragma once
 
+#include <chrono>
+
 namespace tool {
+
+// For how long an interrupt may go unseen by a command that waits.
+inline constexpr std::chrono::milliseconds kInterruptLatency{100};
 
 // From now on an interrupt ends the process at once with kInterrupted. For commands with nothing to clean up.
 void ExitOnInterrupt();

@@ -14,11 +14,11 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::chrono::seconds kPatience{20};
+constexpr std::chrono::seconds kStatusPatience{20};
 
 int Status(const Options& options) {
   json status;
-  const MachineRequest request{"ask for the machine's status", "the machine", "", kPatience};
+  const MachineRequest request{"ask for the machine's status", "the machine", "", kStatusPatience};
   if (int code = CallMachine(options, request, json{{"op", "machine.status"}}, &status); code != kDone) return code;
   status.erase("id");
   status["runtime"] = host::CurrentMachineDirectory().runtime;

@@ -38,7 +38,7 @@ class Sections {
   std::string text_;
 };
 
-std::string Number(const json& object, const char* key) {
+std::string NumberText(const json& object, const char* key) {
   return std::to_string(object.value(key, std::uint64_t{0}));
 }
 
@@ -52,15 +52,15 @@ std::string SessionState(int state) {
 }
 
 // What holds a stop or another control, if something does.
-std::string ControlText(const json& service) {
+std::string PendingControlText(const json& service) {
   const json control = service.value("control", json());
-  return control.is_object() ? "; its handler is working on control " + Number(control, "control") : "";
+  return control.is_object() ? "; its handler is working on control " + NumberText(control, "control") : "";
 }
 
 void AddServices(Sections& sections, const json& status) {
   sections.Begin("services");
   for (const json& service : Member(status, "services"))
-    sections.Line(service.value("name", "") + "  " + ServiceStateText(service) + ControlText(service));
+    sections.Line(service.value("name", "") + "  " + ServiceStateText(service) + PendingControlText(service));
 }
 
 void AddSessions(Sections& sections, const json& status) {
@@ -68,7 +68,7 @@ void AddSessions(Sections& sections, const json& status) {
   const json sessions = status.value("sessions", json::object());
   for (const json& session : Member(sessions, "sessions")) {
     const std::string user = session.value("user", "");
-    std::string line = Number(session, "id") + "  " + SessionState(session.value("state", -1)) +
+    std::string line = NumberText(session, "id") + "  " + SessionState(session.value("state", -1)) +
                        (session.value("remote", false) ? ", remote" : "") + (user.empty() ? "" : ", " + user);
     if (session.value("id", std::uint64_t{0}) == sessions.value("console", std::uint64_t{0}))
       line += ", at the console";
@@ -90,17 +90,17 @@ void AddProcesses(Sections& sections, const json& status) {
   sections.Begin("processes");
   for (const char* kind : {"processes", "sessionProcesses"})
     for (const json& process : Member(status, kind))
-      sections.Line(Number(process, "pid") + "  " + ProgramText(process) + "  (" +
+      sections.Line(NumberText(process, "pid") + "  " + ProgramText(process) + "  (" +
                     IdentityText(process.value("token", json::object()), Member(status, "users")) + ")");
 }
 
 void AddDevice(Sections& sections, const json& status) {
   sections.Begin("device");
   const json device = status.value("device", json::object());
-  sections.Line(Number(device, "notificationsRaised") + " notifications raised, " +
-                Number(device, "notificationsOutstanding") + " outstanding; " + Number(device, "callsAnswered") +
-                " calls answered, " + Number(device, "callsInProgress") + " in progress; " +
-                std::to_string(Member(device, "waiters").size()) + " waiting for notifications");
+  sections.Line(NumberText(device, "notificationsRaised") + " notifications raised, " +
+                NumberText(device, "notificationsOutstanding") + " outstanding; " +
+                NumberText(device, "callsAnswered") + " calls answered, " + NumberText(device, "callsInProgress") +
+                " in progress; " + std::to_string(Member(device, "waiters").size()) + " waiting for notifications");
 }
 
 bool StopIsPending(const json& status, const json& pid) {
@@ -119,7 +119,7 @@ void AddRest(Sections& sections, const json& status) {
   sections.Begin("endpoints");
   for (const json& endpoint : Member(status, "endpoints"))
     sections.Line(endpoint.value("binding", "") + "  " + endpoint.value("uuid", "") + " v" +
-                  endpoint.value("version", "") + ", process " + Number(endpoint, "pid"));
+                  endpoint.value("version", "") + ", process " + NumberText(endpoint, "pid"));
   sections.Begin("events");
   for (const json& event : Member(status, "events"))
     sections.Line(event.value("name", "") + (event.value("signalled", false) ? "  signalled" : "  not signalled"));
@@ -135,7 +135,7 @@ std::string StatusText(const json& status) {
   AddDevice(sections, status);
   AddRpcServers(sections, status);
   AddRest(sections, status);
-  return "machine at " + status.value("runtime", "") + ", process " + Number(status, "pid") + ", up " +
+  return "machine at " + status.value("runtime", "") + ", process " + NumberText(status, "pid") + ", up " +
          std::to_string(status.value("uptimeMs", std::uint64_t{0}) / 1000) + " s" +
          (status.value("suspended", false) ? ", suspended" : "") + std::move(sections).Text();
 }

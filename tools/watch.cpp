@@ -23,8 +23,7 @@ namespace {
 using client::EventSubscription;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kInterruptLatency{100};  // how long an interrupt may go unseen
-constexpr std::chrono::seconds kClosePatience{2};            // for the service to take the end of the subscription
+constexpr std::chrono::seconds kClosePatience{2};  // for the service to take the end of the subscription
 
 constexpr unsigned long kMostEvents = 1'000'000'000;
 

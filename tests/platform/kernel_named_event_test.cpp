@@ -7,13 +7,13 @@
 
 namespace {
 
-constexpr const WCHAR* kName = W("Local\\HKD04A7-ContractTest");
+constexpr const WCHAR* kEventName = W("Local\\HKD04A7-ContractTest");
 
 TEST(NamedEvent, SecondCreationFindsTheFirstAsItIs) {
-  const HANDLE first = CreateEventW(nullptr, TRUE, FALSE, kName);
+  const HANDLE first = CreateEventW(nullptr, TRUE, FALSE, kEventName);
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
-  const HANDLE second = CreateEventW(nullptr, FALSE, TRUE, kName);
+  const HANDLE second = CreateEventW(nullptr, FALSE, TRUE, kEventName);
   ASSERT_NE(second, nullptr);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ALREADY_EXISTS));
   EXPECT_EQ(WaitForSingleObject(second, 0), static_cast<DWORD>(WAIT_TIMEOUT));  // not made signalled
@@ -25,23 +25,23 @@ TEST(NamedEvent, SecondCreationFindsTheFirstAsItIs) {
 }
 
 TEST(NamedEvent, LivesAsLongAsOneHandle) {
-  const HANDLE created = CreateEventW(nullptr, TRUE, TRUE, kName);
-  const HANDLE opened = OpenEventW(SYNCHRONIZE, FALSE, kName);
+  const HANDLE created = CreateEventW(nullptr, TRUE, TRUE, kEventName);
+  const HANDLE opened = OpenEventW(SYNCHRONIZE, FALSE, kEventName);
   ASSERT_NE(opened, nullptr);
   CloseHandle(created);
   EXPECT_EQ(WaitForSingleObject(opened, 0), WAIT_OBJECT_0);
   CloseHandle(opened);
-  EXPECT_EQ(OpenEventW(SYNCHRONIZE, FALSE, kName), nullptr);
+  EXPECT_EQ(OpenEventW(SYNCHRONIZE, FALSE, kEventName), nullptr);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
-  const HANDLE again = CreateEventW(nullptr, TRUE, FALSE, kName);
+  const HANDLE again = CreateEventW(nullptr, TRUE, FALSE, kEventName);
   EXPECT_EQ(WaitForSingleObject(again, 0), static_cast<DWORD>(WAIT_TIMEOUT));  // a new one
   CloseHandle(again);
 }
 
 TEST(NamedEvent, HandleDoesWhatItWasOpenedFor) {
-  const HANDLE created = CreateEventW(nullptr, TRUE, TRUE, kName);
-  const HANDLE waiter = OpenEventW(SYNCHRONIZE, FALSE, kName);
-  const HANDLE setter = OpenEventW(EVENT_MODIFY_STATE, FALSE, kName);
+  const HANDLE created = CreateEventW(nullptr, TRUE, TRUE, kEventName);
+  const HANDLE waiter = OpenEventW(SYNCHRONIZE, FALSE, kEventName);
+  const HANDLE setter = OpenEventW(EVENT_MODIFY_STATE, FALSE, kEventName);
   const auto expectDenied = [](bool failed) {
     EXPECT_TRUE(failed);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
@@ -56,7 +56,7 @@ TEST(NamedEvent, HandleDoesWhatItWasOpenedFor) {
 }
 
 TEST(NamedEvent, Names) {
-  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, kName);
+  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, kEventName);
   struct {
     const WCHAR* name;
     DWORD error;

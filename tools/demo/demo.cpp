@@ -20,7 +20,7 @@
 namespace tool {
 namespace {
 
-constexpr std::chrono::seconds kPatience{10};
+constexpr std::chrono::seconds kStepPatience{10};
 constexpr const char* kClientNames[] = {"client A", "client B"};
 constexpr const char* kWakeupKey = "HKLM\\Software\\Quorvex\\HKD04A7\\Wakeup";
 
@@ -75,7 +75,7 @@ int Demo::StartClients() {
     if (const int error = client.Start(); error != 0)
       return Report(options_, kFailed, {std::string("start ") + name, std::strerror(error), 0, ""});
     if (Interrupted()) return kInterrupted;
-    if (!client.AwaitSubscribed(kPatience))
+    if (!client.AwaitSubscribed(kStepPatience))
       return Report(options_, kFailed, {std::string("subscribe ") + name, "it did not get ready", 0, "hkd04a7ctl log"});
     std::printf("%s subscribed, process %d\n", name, static_cast<int>(client.Pid()));
   }
@@ -90,7 +90,7 @@ int Demo::PlayStep(const DemoStep& step, DemoStage& stage) {
   const std::uint64_t first = stage.device.Counts().notificationsRaised;
   const std::int64_t begin = Now();
   if (int code = step.act(stage); code != kDone) return code;
-  for (WatchClient* client : clients) client->AwaitEvents(expected_ + step.events.size(), kPatience);
+  for (WatchClient* client : clients) client->AwaitEvents(expected_ + step.events.size(), kStepPatience);
   if (Interrupted()) return kInterrupted;
   for (const CheckedEvent& checked :
        CheckStep(step, stage, CausesSince(stage.device, first, begin), clients, expected_)) {
@@ -133,7 +133,7 @@ int Demo::StopWithWaitsPending() {
   std::fflush(stdout);
   if (int code = StopService(options_); code != kDone) return code;
   for (const auto& client : clients_) {
-    const auto status = client->AwaitEnd(kPatience);
+    const auto status = client->AwaitEnd(kStepPatience);
     std::printf("    %s ended: %s; exit code %d\n", client->Name().c_str(), client->EndReason().c_str(),
                 status.value_or(-1));
     right_ = right_ && status == kServiceNotRunning;

@@ -14,8 +14,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds kPatience{20};
-constexpr std::chrono::milliseconds kInterruptLatency{100};
+constexpr std::chrono::seconds kRequestPatience{20};
 
 const char* AskerText(Asker asker) {
   if (asker == Asker::Owner) return "";
@@ -52,7 +51,7 @@ Outcome Ask(const DemoRequest& request) {
     outcome.output = std::strerror(error);
     return outcome;
   }
-  const auto deadline = Clock::now() + kPatience;
+  const auto deadline = Clock::now() + kRequestPatience;
   std::optional<int> ended;
   while (!ended && !Interrupted() && Clock::now() < deadline) {
     while (process.ReadSome(kInterruptLatency, &outcome.output)) continue;

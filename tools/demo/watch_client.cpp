@@ -14,8 +14,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kInterruptLatency{100};
-
 }  // namespace
 
 // The machine is told by the environment.

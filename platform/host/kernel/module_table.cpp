@@ -93,9 +93,20 @@ DWORD ModuleTable::Release(HMODULE module) {
     if (--found->second.references > 0) return ERROR_SUCCESS;
     exports = std::move(found->second.exports);
     modules_.erase(found);
+    if (exports || keepMapped_) return ERROR_SUCCESS;
+    ++unloading_;
   }
-  if (!exports) dlclose(module);
+  dlclose(module);
+  std::lock_guard lock(mutex_);
+  --unloading_;
+  unloaded_.notify_all();
   return ERROR_SUCCESS;
+}
+
+void ModuleTable::KeepMapped() {
+  std::unique_lock lock(mutex_);
+  keepMapped_ = true;
+  unloaded_.wait(lock, [this] { return unloading_ == 0; });
 }
 
 std::optional<std::u16string> ModuleTable::PathOf(HMODULE module) {

@@ -1,6 +1,7 @@
 // The libraries that this process has loaded, with their reference counts. Any thread.
 #pragma once
 
+#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -35,6 +36,10 @@ class ModuleTable {
   // Gives one reference back; 126 when the module is not loaded.
   DWORD Release(HMODULE module);
 
+  // From now on released libraries stay mapped; waits for unloading that is under way. For the end of the process,
+  // whose exit handlers run the libraries' own beside threads that still release them.
+  void KeepMapped();
+
   std::optional<std::u16string> PathOf(HMODULE module);
   int References(std::u16string_view pathOrName);
 
@@ -46,7 +51,10 @@ class ModuleTable {
   };
 
   std::mutex mutex_;
+  std::condition_variable unloaded_;
   std::map<HMODULE, Loaded> modules_;
+  int unloading_ = 0;  // libraries being unmapped
+  bool keepMapped_ = false;
 };
 
 }  // namespace host

@@ -5,6 +5,7 @@
 
 #include "platform/host/base/open_files.h"
 #include "platform/host/base/text.h"
+#include "platform/host/kernel/module_table.h"
 
 int __argc = 0;
 WCHAR** __wargv = nullptr;
@@ -38,5 +39,7 @@ int main(int argc, char** argv) {
   static auto* arguments = new Arguments(SplitArguments(argc, argv));
   __argc = argc;
   __wargv = arguments->pointers.data();
-  return wWinMain(nullptr, nullptr, arguments->commandLine.data(), kShowDefault);
+  const int exitCode = wWinMain(nullptr, nullptr, arguments->commandLine.data(), kShowDefault);
+  host::ModuleTable::Instance().KeepMapped();
+  return exitCode;
 }

@@ -2,38 +2,13 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <new>
 #include <string>
 
 #include "platform/host/base/text.h"
 #include "platform/host/kernel/module_table.h"
-
-namespace {
-
-// How many allocations of this thread succeed before one fails; negative: all.
-thread_local int g_allocationsLeft = -1;
-
-void* Allocate(std::size_t size) {
-  const bool fails = g_allocationsLeft == 0;
-  if (g_allocationsLeft >= 0) --g_allocationsLeft;
-  void* block = fails ? nullptr : std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-}  // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  return Allocate(size);
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-  std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
+#include "tests/support/failing_allocation.h"
 
 namespace {
 
@@ -46,13 +21,13 @@ bool IsLoaded(const std::string& path) {
 // The module, or null when the n-th allocation from here fails.
 HMODULE LoadWith(int allocations, const std::u16string& path) {
   HMODULE module = nullptr;
-  g_allocationsLeft = allocations;
+  support::FailAllocationAfter(allocations);
   try {
     EXPECT_EQ(host::ModuleTable::Instance().LoadFile(path, &module), 0u);
   } catch (const std::bad_alloc&) {
     module = nullptr;
   }
-  g_allocationsLeft = -1;
+  support::EndFailingAllocation();
   return module;
 }
 

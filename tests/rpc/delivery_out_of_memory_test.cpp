@@ -2,42 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
-#include <new>
 #include <vector>
 
 #include "platform/errors.h"
 #include "rpc/event_notify_list.h"
+#include "tests/support/failing_allocation.h"
 
 using namespace Quorvex::PC::Hkd04a7::Service;
-
-namespace {
-
-// The next allocation of this thread fails, once.
-thread_local bool g_failNextAllocation = false;
-
-void* Allocate(std::size_t size) {
-  if (g_failNextAllocation) {
-    g_failNextAllocation = false;
-    throw std::bad_alloc();
-  }
-  void* block = std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-}  // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  return Allocate(size);
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-  std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
 
 namespace {
 
@@ -59,9 +31,9 @@ TEST(Delivery, ReachesTheNextSubscriberWhenOneIsOutOfMemory) {
   // Enough that both queues grow several times; whenever the next event needs memory, the first one gets none.
   constexpr DWORD kEvents = 200;
   for (DWORD number = 0; number < kEvents; ++number) {
-    g_failNextAllocation = true;
+    support::FailAllocationAfter(0);
     DeliverToSubscriptions({1, number, 0});
-    g_failNextAllocation = false;
+    support::EndFailingAllocation();
   }
   RemoveFromRpcEventNotifyList(first.get());
   RemoveFromRpcEventNotifyList(second.get());

@@ -1,38 +1,12 @@
 // Handle blocks that a call looks up too late, and one that no memory is left for.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
-#include <new>
 
 #include "rpc/live_blocks.h"
+#include "tests/support/failing_allocation.h"
 
 using Quorvex::PC::Hkd04a7::Service::LiveBlocks;
-
-namespace {
-
-// How many allocations of this thread succeed before one fails; negative: all.
-thread_local int g_allocationsLeft = -1;
-
-void* Allocate(std::size_t size) {
-  const bool fails = g_allocationsLeft == 0;
-  if (g_allocationsLeft >= 0) --g_allocationsLeft;
-  void* block = fails ? nullptr : std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-}  // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  return Allocate(size);
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-  std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
 
 namespace {
 
@@ -67,9 +41,9 @@ TEST(HandleBlocks, WithoutMemoryTheReferenceGoesOutsideTheLock) {
     Blocks blocks;
     auto session = std::make_shared<Session>(blocks);
     const std::weak_ptr<Session> watched = session;
-    g_allocationsLeft = succeeding;
+    support::FailAllocationAfter(succeeding);
     block = blocks.Make(std::move(session));
-    g_allocationsLeft = -1;
+    support::EndFailingAllocation();
     EXPECT_EQ(watched.expired(), block == nullptr);
     if (block == nullptr) continue;
     EXPECT_EQ(succeeding, 2) << "an entry of the table and the table itself";

@@ -12,6 +12,8 @@
 
 #include "platform/host/base/machine_directory.h"
 #include "platform/host/base/process_stat.h"
+#include "platform/host/identity/privileges.h"
+#include "platform/host/identity/session_list.h"
 
 namespace host {
 
@@ -116,19 +118,9 @@ TokenFacts PlainToken() {
 }  // namespace
 
 TokenFacts OutsideToken() {
-  TokenFacts token = PlainToken();
-  json published;
-  if (ReadObject(CurrentMachineDirectory().runtime + "/sessions.json", &published) != Search::kFound) return token;
-  try {
-    const auto console = published.at("console").get<std::uint32_t>();
-    for (const json& session : published.at("sessions")) {
-      const auto sid = session.at("sid").get<std::string>();
-      if (session.at("id") == console && !sid.empty()) token = TokenFacts{sid, console};
-    }
-  } catch (const json::exception&) {
-    return token;  // not the machine's list
-  }
-  return token;
+  const auto list = PublishedSessions();
+  const SessionRow* const console = list == nullptr ? nullptr : list->Find(list->console);
+  return console == nullptr || console->sid.empty() ? PlainToken() : TokenFacts{console->sid, console->id};
 }
 
 std::optional<TokenFacts> TokenOfProcess(pid_t pid) {
@@ -165,6 +157,7 @@ void SetOwnToken(std::optional<TokenFacts> facts) {
   Own& own = TheOwn();
   const std::lock_guard lock(own.mutex);
   own.set = std::move(facts);
+  OwnPrivileges()->isTcbEnabled = false;
 }
 
 }  // namespace host

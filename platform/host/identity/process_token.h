@@ -28,7 +28,8 @@ std::optional<TokenFacts> TokenOfProcess(pid_t pid);
 // cannot be read) one that says least: that of a plain local account (LocalService) in session 0.
 TokenFacts OwnToken();
 
-// For tests whose process stands for another: makes `facts` this process's own token; none takes it back.
+// For tests whose process stands for another: makes `facts` this process's own token, with no privilege enabled; none
+// takes it back.
 void SetOwnToken(std::optional<TokenFacts> facts);
 
 }  // namespace host

@@ -14,6 +14,7 @@ struct Apartment {
 
 thread_local Apartment apartment;
 std::atomic<int> initializations{0};
+std::atomic<int> multithreadedInitializations{0};
 
 }  // namespace
 
@@ -26,6 +27,7 @@ HRESULT CoInitializeEx(LPVOID reserved, DWORD mode) {
   if (apartment.count > 0 && apartment.singleThreaded != singleThreaded) return RPC_E_CHANGED_MODE;
   apartment.singleThreaded = singleThreaded;
   ++initializations;
+  if (!singleThreaded) ++multithreadedInitializations;
   return apartment.count++ == 0 ? S_OK : S_FALSE;
 }
 
@@ -33,12 +35,17 @@ void CoUninitialize() {
   if (apartment.count == 0) return;
   --apartment.count;
   --initializations;
+  if (!apartment.singleThreaded) --multithreadedInitializations;
 }
 
 namespace host {
 
 int ComInitializations() {
   return initializations;
+}
+
+bool IsInApartment() {
+  return apartment.count > 0 || multithreadedInitializations > 0;
 }
 
 }  // namespace host

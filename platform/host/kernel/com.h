@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/host/base/types.h"
+#include "platform/host/base/unknown.h"
 
 #define COINIT_MULTITHREADED 0x0u
 #define COINIT_APARTMENTTHREADED 0x2u
@@ -20,5 +21,9 @@ namespace host {
 
 // Successful CoInitializeEx calls of the whole process that have not been undone, for leak checks.
 int ComInitializations();
+
+// Whether the calling thread may use COM: it has joined an apartment, or the process has the multithreaded one, which
+// every thread without an apartment of its own is in.
+bool IsInApartment();
 
 }  // namespace host

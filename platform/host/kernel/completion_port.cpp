@@ -38,10 +38,14 @@ class CompletionPort : public host::KernelObject {
   DWORD Take(const host::Deadline& deadline, Packet* packet) {
     std::unique_lock lock(mutex_);
     const auto ready = [this] { return closed_ || !packets_.empty(); };
-    if (!deadline) {
-      changed_.wait(lock, ready);
-    } else if (!changed_.wait_until(lock, *deadline, ready)) {
-      return WAIT_TIMEOUT;
+    while (!ready()) {
+      if (!deadline) {
+        changed_.wait(lock);
+      } else if (host::MonotonicNow() >= *deadline) {
+        return WAIT_TIMEOUT;
+      } else {
+        changed_.wait_until(lock, host::BlockUntil(*deadline));
+      }
     }
     if (closed_) return ERROR_ABANDONED_WAIT_0;
     *packet = packets_.front();

@@ -5,10 +5,9 @@
 #include <time.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdint>
-#include <cstdio>
 
+#include "platform/host/base/json_text.h"
 #include "platform/host/base/machine_directory.h"
 #include "platform/host/base/text.h"
 
@@ -21,27 +20,12 @@ std::int64_t Nanoseconds(clockid_t clock) {
   return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
 }
 
-void AppendEscaped(std::string& out, char c) {
-  if (c == '"' || c == '\\') {
-    out += '\\';
-    out += c;
-  } else if (static_cast<unsigned char>(c) < 0x20) {
-    std::array<char, 8> code{};
-    std::snprintf(code.data(), code.size(), "\\u%04x", static_cast<unsigned>(c));
-    out += code.data();
-  } else {
-    out += c;
-  }
-}
-
 }  // namespace
 
 std::string DebugRecord(std::u16string_view line) {
-  std::string record = "{\"t\":" + std::to_string(Nanoseconds(CLOCK_MONOTONIC)) +
-                       ",\"wall\":" + std::to_string(Nanoseconds(CLOCK_REALTIME) / 1'000'000) +
-                       ",\"pid\":" + std::to_string(getpid()) + ",\"line\":\"";
-  for (const char c : ToUtf8(line)) AppendEscaped(record, c);
-  return record += "\"}\n";
+  return "{\"t\":" + std::to_string(Nanoseconds(CLOCK_MONOTONIC)) +
+         ",\"wall\":" + std::to_string(Nanoseconds(CLOCK_REALTIME) / 1'000'000) +
+         ",\"pid\":" + std::to_string(getpid()) + ",\"line\":" + JsonText(ToUtf8(line)) + "}\n";
 }
 
 bool DebugLogFile::IsCurrent(const std::string& path) const {

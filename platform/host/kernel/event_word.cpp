@@ -1,13 +1,6 @@
 #include "platform/host/kernel/event_word.h"
 
-#include <linux/futex.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <climits>
-#include <ctime>
-
+#include "platform/host/kernel/futex.h"
 #include "platform/host/kernel/sync.h"
 
 namespace host {
@@ -15,22 +8,6 @@ namespace {
 
 constexpr std::uint32_t kSignalled = 1;
 constexpr std::uint32_t kOneSet = 2;
-
-// Blocks while the word has the value `seen`; false when the deadline has passed. May wake early.
-bool BlockWhile(EventWord& word, std::uint32_t seen, const Deadline& deadline) {
-  timespec until{};
-  if (deadline) {
-    const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(deadline->time_since_epoch()).count();
-    until = {ns / 1'000'000'000, ns % 1'000'000'000};
-  }
-  const long result =
-      syscall(SYS_futex, &word, FUTEX_WAIT_BITSET, seen, deadline ? &until : nullptr, nullptr, FUTEX_BITSET_MATCH_ANY);
-  return result == 0 || errno != ETIMEDOUT;
-}
-
-void Wake(EventWord& word, int waiters) {
-  syscall(SYS_futex, &word, FUTEX_WAKE, waiters, nullptr, nullptr, 0);
-}
 
 DWORD WaitManual(EventWord& word, const Deadline& deadline) {
   const std::uint32_t seen = word.load(std::memory_order_acquire);
@@ -62,7 +39,7 @@ void SetEventWord(EventWord& word, EventReset reset) {
   do {
     if (old & kSignalled) return;
   } while (!word.compare_exchange_weak(old, (old + kOneSet) | kSignalled, std::memory_order_acq_rel));
-  Wake(word, INT_MAX);
+  WakeAll(word);
 }
 
 void ResetEventWord(EventWord& word) {

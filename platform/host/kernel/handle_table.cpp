@@ -76,7 +76,7 @@ bool IsPseudoHandle(HANDLE handle) {
 
 Deadline DeadlineAfter(DWORD milliseconds) {
   if (milliseconds == INFINITE) return std::nullopt;
-  return std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+  return MonotonicNow() + std::chrono::milliseconds(milliseconds);
 }
 
 DWORD KernelObject::Wait(const Deadline&) {

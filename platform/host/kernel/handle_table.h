@@ -4,18 +4,18 @@
 // object away from under a call. Values are not used twice, so a stale one is always found out.
 #pragma once
 
-#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "platform/host/base/clock.h"
 #include "platform/host/base/types.h"
 
 namespace host {
 
 // The moment a wait ends; none for INFINITE.
-using Deadline = std::optional<std::chrono::steady_clock::time_point>;
+using Deadline = std::optional<MonotonicTime>;
 Deadline DeadlineAfter(DWORD milliseconds);
 
 class KernelObject {

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -52,6 +53,8 @@ class ThreadPool {
     try {
       std::thread([this] { Run(); }).detach();
     } catch (const std::system_error&) {
+      return false;
+    } catch (const std::bad_alloc&) {
       return false;
     }
     ++threads_;

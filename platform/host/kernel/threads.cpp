@@ -2,13 +2,13 @@
 
 #include <pthread.h>
 #include <sched.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <memory>
+#include <thread>
 
 #include "platform/host/base/access_rights.h"
 #include "platform/host/base/fault_injection.h"
@@ -101,7 +101,7 @@ void Sleep(DWORD milliseconds) {
     return;
   }
   while (milliseconds == INFINITE) pause();
-  timespec rest{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1'000'000};
-  while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
-  }
+  const host::MonotonicTime deadline = host::MonotonicNow() + std::chrono::milliseconds(milliseconds);
+  const host::SleepingScope sleeping;
+  while (host::MonotonicNow() < deadline) std::this_thread::sleep_until(host::BlockUntil(deadline));
 }

@@ -14,6 +14,22 @@ std::size_t DecodeLength(const char* bytes) {
   return length;
 }
 
+// `text` need not be sound: brackets in strings do not count.
+bool IsNestedTooDeeply(std::string_view text) {
+  int depth = 0;
+  bool quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char unit = text[i];
+    if (unit == '"') quoted = !quoted;
+    if (quoted && unit == '\\') ++i;
+    if (quoted) continue;
+    if (unit == '[' || unit == '{') ++depth;
+    if (unit == ']' || unit == '}') --depth;
+    if (depth > kMaxFrameNesting) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 std::string EncodeFrame(std::string_view payload) {
@@ -36,7 +52,7 @@ FrameReader::Result FrameReader::Take(std::string* payload) {
     buffer_.erase(0, start_);
     start_ = 0;
   }
-  return Result::kMessage;
+  return IsNestedTooDeeply(*payload) ? Result::kTooLarge : Result::kMessage;
 }
 
 }  // namespace host

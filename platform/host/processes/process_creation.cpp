@@ -9,6 +9,7 @@
 
 #include "platform/host/base/error_codes.h"
 #include "platform/host/base/fault_injection.h"
+#include "platform/host/base/journal.h"
 #include "platform/host/base/last_error.h"
 #include "platform/host/base/text.h"
 #include "platform/host/base/unsupported.h"
@@ -123,6 +124,8 @@ BOOL CreateProcessAsUserW(HANDLE token, LPCWSTR application, LPWSTR commandLine,
                         {"environment", EnvironmentLines(environment)},
                         {"directory", directory ? WholePath(directory) : CurrentDirectory()},
                         {"belowNormal", (flags & BELOW_NORMAL_PRIORITY_CLASS) != 0}};
+  const host::JournalEntry entry;
   const DWORD code = Start(request, object->Facts(), information);
+  if (entry.IsWanted()) entry.Write("process", host::ToUtf8(line));
   return code == ERROR_SUCCESS ? TRUE : host::FailWith(code);
 }

@@ -1,4 +1,4 @@
-// The module "wtsapi32.dll": the processes of a session.
+// The processes of a session.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -11,7 +11,6 @@
 #include "platform/host/base/text.h"
 #include "platform/host/base/unsupported.h"
 #include "platform/host/kernel/memory.h"
-#include "platform/host/kernel/system_modules.h"
 #include "platform/host/processes/process_rows.h"
 #include "platform/host/security/sid.h"
 #include "platform/host/services/sessions.h"
@@ -70,11 +69,6 @@ class RecordBlock {
   BYTE* next_ = nullptr;
 };
 
-template <typename Function>
-FARPROC Export(Function* function) {
-  return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(function));
-}
-
 }  // namespace
 
 BOOL WTSEnumerateProcessesExW(HANDLE server, DWORD* level, DWORD sessionId, LPWSTR* processInfo, DWORD* count) {
@@ -95,11 +89,3 @@ BOOL WTSFreeMemoryExW(WTS_TYPE_CLASS typeClass, PVOID memory, ULONG) {
   if (typeClass != WTSTypeProcessInfoLevel0 || LocalFree(memory)) return host::FailWith(ERROR_INVALID_PARAMETER);
   return TRUE;
 }
-
-// Nothing calls into this file by name; whoever links the group asks for this symbol, so that the module is there.
-extern "C" const bool kTerminalServicesModule;
-const bool kTerminalServicesModule = [] {
-  host::RegisterSystemModule(u"wtsapi32.dll", {{"WTSEnumerateProcessesExW", Export(&WTSEnumerateProcessesExW)},
-                                               {"WTSFreeMemoryExW", Export(&WTSFreeMemoryExW)}});
-  return true;
-}();

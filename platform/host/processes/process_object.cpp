@@ -22,7 +22,6 @@ namespace host {
 
 using nlohmann::json;
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 namespace {
 
@@ -33,7 +32,7 @@ constexpr int kLookInterval = 10;
 // For poll: rounded up, so that the deadline has passed when it returns for nothing.
 int MillisecondsUntil(const Deadline& deadline) {
   if (!deadline) return -1;
-  const auto left = std::chrono::ceil<milliseconds>(*deadline - steady_clock::now()).count();
+  const auto left = std::chrono::ceil<milliseconds>(BlockUntil(*deadline) - std::chrono::steady_clock::now()).count();
   return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
 }
 
@@ -66,7 +65,7 @@ DWORD ProcessObject::Wait(const Deadline& deadline) {
 
 DWORD ProcessObject::ReadExitCode(DWORD* exitCode) {
   *exitCode = STILL_ACTIVE;
-  if (exitCode_ < 0 && !HasEndedBy(steady_clock::now())) return ERROR_SUCCESS;
+  if (exitCode_ < 0 && !HasEndedBy(MonotonicNow())) return ERROR_SUCCESS;
   if (exitCode_ < 0) {
     if (const DWORD error = AskForEnd()) return error == ERROR_INVALID_PARAMETER ? ERROR_NOT_SUPPORTED : error;
   }
@@ -83,7 +82,7 @@ bool ProcessObject::HasEndedBy(const Deadline& deadline) const {
     const int limit = MillisecondsUntil(deadline);
     const bool longer = lookedFor && (limit < 0 || limit > kLookInterval);
     if (poll(&watched, 1, longer ? kLookInterval : limit) > 0) return true;
-    if (deadline && steady_clock::now() >= *deadline) return false;
+    if (deadline && MonotonicNow() >= *deadline) return false;
   }
 }
 

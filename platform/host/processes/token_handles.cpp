@@ -21,8 +21,9 @@ DWORD Granted(const char* call, DWORD access) {
   return (access & MAXIMUM_ALLOWED) != 0 ? TOKEN_ALL_ACCESS : access;
 }
 
-BOOL OpenToken(const host::TokenFacts& facts, TOKEN_TYPE type, DWORD granted, PHANDLE token) {
-  *token = host::OpenHandle(std::make_shared<host::TokenObject>(facts, type), granted);
+BOOL OpenToken(const host::TokenFacts& facts, TOKEN_TYPE type, DWORD granted, PHANDLE token,
+               std::shared_ptr<host::Privileges> privileges = host::CopyOf(nullptr)) {
+  *token = host::OpenHandle(std::make_shared<host::TokenObject>(facts, type, std::move(privileges)), granted);
   return TRUE;
 }
 
@@ -60,12 +61,14 @@ BOOL SetThreadToken(PHANDLE thread, HANDLE token) {
 BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
   if (const auto code = host::InjectedFailure("OpenProcessToken")) return host::FailWith(*code);
   const DWORD granted = Granted("OpenProcessToken", access);
-  if (IsCurrentProcess(process)) return OpenToken(host::OwnToken(), TokenPrimary, granted, token);
+  if (IsCurrentProcess(process)) {
+    return OpenToken(host::OwnToken(), TokenPrimary, granted, token, host::OwnPrivileges());
+  }
   const auto holder = host::ObjectOf<host::TokenHolder>(process, kProcessQueryInformation);
   if (holder == nullptr) return FALSE;
   const host::TokenFacts facts = holder->Token();
   if (!host::MayOpen(host::EffectiveToken(), facts)) return host::FailWith(ERROR_ACCESS_DENIED);
-  return OpenToken(facts, TokenPrimary, granted, token);
+  return OpenToken(facts, TokenPrimary, granted, token, nullptr);
 }
 
 BOOL DuplicateTokenEx(HANDLE token, DWORD access, LPSECURITY_ATTRIBUTES attributes, SECURITY_IMPERSONATION_LEVEL,
@@ -75,5 +78,5 @@ BOOL DuplicateTokenEx(HANDLE token, DWORD access, LPSECURITY_ATTRIBUTES attribut
   const DWORD granted = Granted("DuplicateTokenEx", access);
   const auto object = host::ObjectOf<host::TokenObject>(token, TOKEN_DUPLICATE);
   if (object == nullptr) return FALSE;
-  return OpenToken(object->Facts(), type, granted, newToken);
+  return OpenToken(object->Facts(), type, granted, newToken, host::CopyOf(object->Privileges()));
 }

@@ -29,6 +29,19 @@ BOOL DuplicateTokenEx(HANDLE token, DWORD access, LPSECURITY_ATTRIBUTES attribut
 BOOL GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS kind, LPVOID information, DWORD length,
                          PDWORD returnLength);
 
+// The number of a privilege by its name; `system` must be null. The machine has one privilege, SE_TCB_NAME. FALSE with
+// ERROR_NO_SUCH_PRIVILEGE (1313) for another name.
+BOOL LookupPrivilegeValueW(LPCWSTR system, LPCWSTR name, PLUID luid);
+
+// Enables (SE_PRIVILEGE_ENABLED) or disables (0) the privileges listed in `newState` in `token`
+// (TOKEN_ADJUST_PRIVILEGES), with `disableAll` every one. A token of LocalSystem has SE_TCB_NAME, disabled in a new
+// process; other tokens have no privilege. What is done through any handle of the process's own token counts for the
+// process; a copy has states of its own. TRUE also when the token has not all of them: the last error is 0, or then
+// ERROR_NOT_ALL_ASSIGNED (1300). The earlier state cannot be asked for: `previousState` and `returnLength` must be
+// null. The token of another process is not supported.
+BOOL AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES newState, DWORD length,
+                           PTOKEN_PRIVILEGES previousState, PDWORD returnLength);
+
 // The package family name behind `token` (TOKEN_QUERY); `length` counts characters with the terminator, both ways.
 // Returns 0 or an error code, and leaves that code as the thread's last error too: ERROR_INSUFFICIENT_BUFFER (122),
 // APPMODEL_ERROR_NO_PACKAGE (15700).

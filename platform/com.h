@@ -1,4 +1,4 @@
-// COM apartments.
+// COM: apartments, and the interface that all others begin with.
 #pragma once
 
 #include "platform/types.h"

@@ -37,11 +37,14 @@ Receiver::Receiver() : poll_(epoll_create1(EPOLL_CLOEXEC)), wake_(eventfd(0, EFD
 bool Receiver::Watch(int descriptor, std::weak_ptr<ReceiverSource> source, bool output) {
   std::lock_guard guard(lock_);
   const std::uint64_t key = ++lastKey_;
-  epoll_event event = EventFor(key, output);
-  if (epoll_ctl(poll_, EPOLL_CTL_ADD, descriptor, &event) != 0) return false;
   sources_[key] = {descriptor, std::move(source)};
   keys_[descriptor] = key;
-  return true;
+  // Last, so that no event comes for what memory was too short to note.
+  epoll_event event = EventFor(key, output);
+  if (epoll_ctl(poll_, EPOLL_CTL_ADD, descriptor, &event) == 0) return true;
+  sources_.erase(key);
+  keys_.erase(descriptor);
+  return false;
 }
 
 void Receiver::ChangeWatch(int descriptor, bool output) {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/host/base/fault_injection.h"
+#include "platform/host/base/journal.h"
 #include "platform/host/identity/thread_token.h"
 #include "platform/host/rpc/fault_status.h"
 #include "platform/host/rpc/pdu_build.h"
@@ -208,7 +209,10 @@ RPC_STATUS ServerCall::Complete(PRPC_ASYNC_STATE, void* reply) {
   const auto self = std::move(self_);
   if (const auto code = InjectedFailure("RpcAsyncCompleteCall")) return EndUnanswered(static_cast<RPC_STATUS>(*code));
   if (reply != nullptr) request_.call.result = *static_cast<const std::uint32_t*>(reply);
+  const JournalEntry entry;
   SendResponse();
+  // A wait that ends without an event is nobody's receipt.
+  if (request_.call.result == 0) entry.Write("rpc", "wait answered");
   tables_.posted.Post(HalfEnded());
   return RPC_S_OK;
 }

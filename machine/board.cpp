@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "machine/boot.h"
+#include "machine/event_followers.h"
+#include "machine/journal_readers.h"
 #include "machine/named_event_ops.h"
 #include "machine/process_operations.h"
 #include "platform/host/base/error_codes.h"
@@ -29,10 +31,13 @@ std::string RootOf(const host::MachineDirectory& directory) {
   return together && runtime.filename() == "run" && state.filename() == "state" ? runtime.parent_path().string() : "";
 }
 
-std::string KeeperProgram(const Options& options) {
-  if (!options.keeperProgram.empty()) return options.keeperProgram;
+std::string ProgramBeside(const char* name) {
   std::error_code ignored;
-  return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / "hkd04a7-machine";
+  return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / name;
+}
+
+std::string KeeperProgram(const Options& options) {
+  return options.keeperProgram.empty() ? ProgramBeside("hkd04a7-machine") : options.keeperProgram;
 }
 
 }  // namespace
@@ -48,14 +53,21 @@ Board::Board(Loop& loop, const Options& options, std::unique_ptr<Device> device,
       sessions_(options.directory.runtime + "/sessions.json"),
       sessionProcesses_(options.directory.runtime, sessions_),
       sessionOperations_(sessions_, users_, services_),
+      packages_(options.directory.state + "/packages.json"),
+      appServices_(loop, processes_),
+      packageOperations_(packages_, appServices_, users_),
+      appServiceOperations_({options.directory.runtime, ProgramBeside("hkd04a7ctl")}, appServices_, packages_, users_,
+                            [this](const Connection& connection) { return TokenOf(connection); }),
+      tasks_(loop, options.directory.state, options.directory.runtime, processes_, users_, sessions_),
       power_(services_),
       events_(std::move(eventMap)),
-      settle_(loop, *device_, services_, options.directory.runtime),
+      settle_(
+          loop, *device_, services_, [this] { return Followers(); }, options.directory.runtime),
       server_(loop, operations_),
       rpcSurvey_(loop, endpoints_, server_) {}
 
 bool Board::BringUp(std::string* error) {
-  if (!services_.Load(error) || !users_.Load(error)) return false;
+  if (!services_.Load(error) || !users_.Load(error) || !packages_.Load(error) || !tasks_.Load(error)) return false;
   if (!BootDevices(error)) return false;
   AddOperations();
   sessions_.Boot();
@@ -68,10 +80,15 @@ void Board::AddOperations() {
   services_.AddOperations(operations_);
   sessionOperations_.Add(operations_);
   sessionProcesses_.AddOperations(operations_);
+  packageOperations_.Add(operations_);
+  appServiceOperations_.Add(operations_);
+  sessions_.OnChange([this] { EndAppServicesOfThoseWhoLeft(); });
+  tasks_.AddOperations(operations_);
   power_.AddOperations(operations_);
   endpoints_.AddOperations(operations_);
   settle_.AddOperations(operations_);
   rpcSurvey_.AddOperations(operations_);
+  AddJournalOperations(operations_, directory_.runtime);
   AddProcessOperations(operations_, processes_, users_, sessions_);
   AddNamedEventOps(operations_, events_, [this](const Connection& connection) { return IdentityOf(connection); });
   operations_.Add("ping", [](const Request& request) { request.responder.Done(); });
@@ -94,7 +111,11 @@ void Board::TakeDown() {
 }
 
 void Board::EndEverything(std::function<void()> done) {
-  services_.ShutDown([this, done = std::move(done)] { processes_.TerminateAll(done); });
+  appServices_.ShutDown();
+  services_.ShutDown([this, done = std::move(done)] {
+    tasks_.ShutDown();
+    processes_.TerminateAll(done);
+  });
 }
 
 void Board::Reboot(const Request& request) {
@@ -110,6 +131,8 @@ void Board::FinishReboot(const std::shared_ptr<Connection>& caller, const Respon
   const bool cleared = ClearRuntime(directory_, &error) && BootDevices(&error);
   sessionProcesses_.Boot();
   sessions_.Boot();
+  appServices_.Boot();
+  tasks_.Boot();
   power_.Boot();
   ++boots_;
   ending_ = false;
@@ -121,10 +144,23 @@ void Board::FinishReboot(const std::shared_ptr<Connection>& caller, const Respon
 }
 
 // Who the process behind a connection is. The machine's own process is LocalSystem: in tests, the service runs there.
-host::Identity Board::IdentityOf(const Connection& connection) const {
+Token Board::TokenOf(const Connection& connection) const {
   const pid_t pid = connection.peer().pid;
-  if (pid == getpid()) return {kLocalSystemSid, true, false, {}};
-  return host::IdentityOf(processes_.TokenOf(pid).value_or(OutsideToken(sessions_)));
+  if (pid == getpid()) return host::SystemToken();
+  return processes_.TokenOf(pid).value_or(OutsideToken(sessions_));
+}
+
+host::Identity Board::IdentityOf(const Connection& connection) const {
+  return host::IdentityOf(TokenOf(connection));
+}
+
+// In the sessions of people nothing of a package outlasts the logon.
+void Board::EndAppServicesOfThoseWhoLeft() {
+  appServices_.End([this](const AppServiceTarget& target) {
+    const auto session = sessions_.all().find(target.session);
+    const bool stays = session != sessions_.all().end() && session->second.sid == target.userSid;
+    return target.session != kServicesSession && !stays;
+  });
 }
 
 void Board::TellStatus(const Responder& responder) {
@@ -135,9 +171,14 @@ void Board::TellStatus(const Responder& responder) {
   });
 }
 
+std::string Board::Followers() const {
+  return FollowersText(ClientModeProcesses(processes_.Rows()), tasks_.Report(), users_.Report());
+}
+
 json Board::Status() {
   const auto up = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started_);
   const DeviceCounts device = device_->Counts();
+  const json programs = processes_.Rows();
   json events = json::array();
   for (const NamedEventStatus& event : events_.List())
     events.push_back(
@@ -152,8 +193,11 @@ json Board::Status() {
               {"services", services_.Report()},
               {"sessions", sessions_.Report()},
               {"users", users_.Report()},
-              {"processes", processes_.Rows()},
+              {"processes", programs},
+              {"clientMode", ClientModeProcesses(programs)},
               {"sessionProcesses", sessionProcesses_.Rows()},
+              {"appServices", appServices_.Report()},
+              {"tasks", tasks_.Report()},
               {"connections", connections},
               {"events", events},
               {"endpoints", endpoints_.Report()},

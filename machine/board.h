@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "machine/app_service_host.h"
+#include "machine/app_service_operations.h"
 #include "machine/control_server.h"
 #include "machine/device.h"
 #include "machine/endpoint_map.h"
@@ -15,6 +17,8 @@
 #include "machine/machine.h"
 #include "machine/named_events.h"
 #include "machine/op_registry.h"
+#include "machine/package_operations.h"
+#include "machine/package_store.h"
 #include "machine/power.h"
 #include "machine/process_table.h"
 #include "machine/rpc_survey.h"
@@ -23,6 +27,7 @@
 #include "machine/session_processes.h"
 #include "machine/sessions.h"
 #include "machine/settle.h"
+#include "machine/task_operations.h"
 #include "machine/user_store.h"
 
 namespace machine {
@@ -45,8 +50,11 @@ class Board {
   void Reboot(const Request& request);
   void FinishReboot(const std::shared_ptr<Connection>& caller, const Responder& responder);
   void EndEverything(std::function<void()> done);
+  Token TokenOf(const Connection& connection) const;
   host::Identity IdentityOf(const Connection& connection) const;
+  void EndAppServicesOfThoseWhoLeft();
   void TellStatus(const Responder& responder);
+  std::string Followers() const;
   nlohmann::json Status();
 
   const host::MachineDirectory directory_;
@@ -64,6 +72,11 @@ class Board {
   Sessions sessions_;
   SessionProcesses sessionProcesses_;
   SessionOperations sessionOperations_;
+  PackageStore packages_;
+  AppServiceHost appServices_;
+  PackageOperations packageOperations_;
+  AppServiceOperations appServiceOperations_;
+  TaskOperations tasks_;
   Power power_;
   EndpointMap endpoints_;
   NamedEvents events_;

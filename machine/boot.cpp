@@ -19,9 +19,9 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::array kKept = {"control"sv,    "machine.lock"sv, "debug.log"sv, "trace.log"sv,
-                              "output.log"sv, "device.map"sv,   "events.map"sv};
-constexpr std::array kLogs = {"debug.log"sv, "trace.log"sv, "output.log"sv};
+constexpr std::array kKept = {"control"sv,    "machine.lock"sv, "debug.log"sv,   "trace.log"sv,        "output.log"sv,
+                              "device.map"sv, "events.map"sv,   "journal.map"sv, "app_services.log"sv, "tasks.log"sv};
+constexpr std::array kLogs = {"debug.log"sv, "trace.log"sv, "output.log"sv, "app_services.log"sv, "tasks.log"sv};
 constexpr std::string_view kVolatileRegistry = "registry-volatile.db";
 
 bool IsKept(const std::string& name) {
@@ -49,6 +49,12 @@ bool BootDevices(std::string* error) {
   if (code == 0) return true;
   *error = "the device nodes cannot be written to the registry, error " + std::to_string(code);
   return false;
+}
+
+void RemoveSockets(const host::MachineDirectory& directory) {
+  std::error_code ignored;
+  for (const std::string_view name : {"control"sv, "ncalrpc"sv, "appservices"sv})
+    std::filesystem::remove_all(directory.runtime + "/" + std::string(name), ignored);
 }
 
 void EmptyLogs(const host::MachineDirectory& directory) {

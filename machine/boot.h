@@ -16,6 +16,9 @@ bool ClearRuntime(const host::MachineDirectory& directory, std::string* error);
 // refuses.
 bool BootDevices(std::string* error);
 
+// Removes the sockets of a machine that is down, before its lock is given up: nobody answers on them any more.
+void RemoveSockets(const host::MachineDirectory& directory);
+
 // Empties the logs, for a machine that comes up anew.
 void EmptyLogs(const host::MachineDirectory& directory);
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 
+#include "machine/boot.h"
 #include "machine/keeper.h"
 #include "machine/machine.h"
 
@@ -79,6 +80,7 @@ int Serve(StartReport report, bool detach) {
   if (detach) Detach();
   report.Send("");
   machine.WaitUntilDown();
+  machine::RemoveSockets(options.directory);
   machine.Stop();
   return 0;
 }

@@ -21,6 +21,7 @@ json Row(std::uint64_t number, const ProcessHistory::Program& program) {
               {"arguments", program.request.arguments},
               {"commandLine", program.request.commandLine},
               {"token", ToJson(program.request.token)},
+              {"belowNormal", program.request.belowNormal},
               {"requester", program.request.requester},
               {"waiting", waiting}};
   if (program.end) row["exitCode"] = ExitCode(*program.end);

@@ -13,8 +13,6 @@ using nlohmann::json;
 
 namespace {
 
-constexpr DWORD kNoSuchLogon = 1312;
-
 std::string Reason(DWORD error) {
   switch (error) {
     case kNoSuchSession:

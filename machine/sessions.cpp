@@ -10,12 +10,6 @@ namespace machine {
 
 using nlohmann::json;
 
-namespace {
-
-constexpr unsigned kNoSuchLogon = 1312;
-
-}  // namespace
-
 void Sessions::Boot() {
   sessions_.clear();
   next_ = 1;
@@ -118,7 +112,7 @@ json Sessions::Report() const {
 }
 
 void Sessions::Publish() const {
-  if (listener_) listener_();
+  for (const auto& listener : listeners_) listener();
   WriteJsonFile(path_, Report(), false, nullptr);
 }
 

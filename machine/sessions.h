@@ -15,6 +15,7 @@
 namespace machine {
 
 inline constexpr unsigned kNoSuchSession = 7022;  // ERROR_CTX_WINSTATION_NOT_FOUND
+inline constexpr unsigned kNoSuchLogon = 1312;    // ERROR_NO_SUCH_LOGON_SESSION
 inline constexpr std::uint32_t kServicesSession = 0;
 
 // As WTS_CONNECTSTATE_CLASS numbers them.
@@ -49,8 +50,8 @@ class Sessions {
  public:
   explicit Sessions(std::string path) : path_(std::move(path)) { Boot(); }
 
-  // `listener` is called at every change, before it is published.
-  void OnChange(std::function<void()> listener) { listener_ = std::move(listener); }
+  // `listener` is called at every change, before it is published, after those that were added earlier.
+  void OnChange(std::function<void()> listener) { listeners_.push_back(std::move(listener)); }
 
   // Session 0, and the console's session 1 with nobody logged on.
   void Boot();
@@ -78,7 +79,7 @@ class Sessions {
   void LeaveConsole(std::vector<SessionChange>* changes);
 
   const std::string path_;
-  std::function<void()> listener_;
+  std::vector<std::function<void()>> listeners_;
   std::map<std::uint32_t, Session> sessions_;
   std::uint32_t console_ = kNoSession;
   std::uint32_t next_ = 1;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "platform/host/base/error_codes.h"
 #include "platform/host/base/process_stat.h"
@@ -86,16 +87,22 @@ bool Settle::HasCalmedDown() {
   if (counts.notificationsOutstanding != 0) outstanding_ = "device notifications";
   if (counts.callsInProgress != 0) outstanding_ = "a device call";
   if (HasBusyThread(services_.Report())) outstanding_ = "a thread of a service is running";
+  if (std::string followers = followers_(); !followers.empty()) outstanding_ = std::move(followers);
   if (activity != last_ || !outstanding_.empty()) calmSince_ = Clock::now();
   last_ = activity;
   const bool calm = Clock::now() - calmSince_ >= kCalm;
-  if (!calm && outstanding_.empty()) outstanding_ = "device calls, debug lines or trace records go on";
+  if (!calm && outstanding_.empty())
+    outstanding_ = "device calls, debug lines, trace records or news of tasks and app services go on";
   return calm;
 }
 
 Settle::Activity Settle::Observe(const DeviceCounts& counts) const {
-  return {counts.notificationsRaised, counts.callsAnswered, FileSize(runtimeFolder_ + "/debug.log"),
-          FileSize(runtimeFolder_ + "/trace.log")};
+  return {counts.notificationsRaised,
+          counts.callsAnswered,
+          FileSize(runtimeFolder_ + "/debug.log"),
+          FileSize(runtimeFolder_ + "/trace.log"),
+          FileSize(runtimeFolder_ + "/tasks.log"),
+          FileSize(runtimeFolder_ + "/app_services.log")};
 }
 
 }  // namespace machine

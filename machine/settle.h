@@ -1,14 +1,16 @@
 // "machine.settle": answered when nothing is outstanding. Loop thread only.
 //
 // Nothing is outstanding when no control is on its way, no service is starting or stopping, every notification of the
-// device has been handed to all who wait for them and no device call is being answered, and, for 30 milliseconds, there
-// has been no notification, no device call, no debug line and no trace record, and every thread of the services slept
-// whenever it was looked at. The last two tell that the service's worker has come to rest: it does none of these only
-// while it waits for its next packet.
+// device has been handed to all who wait for them, no device call is being answered, no run of a task and no process in
+// client mode goes on, and, for 30 milliseconds, there has been no notification, no device call, no debug line, no
+// trace record and no news of tasks and app services, and every thread of the services slept whenever it was looked at.
+// The last two tell that the service's worker has come to rest: it does none of these only while it waits for its next
+// packet.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <string>
 
@@ -21,8 +23,14 @@ namespace machine {
 
 class Settle {
  public:
-  Settle(Loop& loop, Device& device, const ServiceManager& services, std::string runtimeFolder)
-      : loop_(loop), device_(device), services_(services), runtimeFolder_(std::move(runtimeFolder)) {}
+  // `followers` tells, for people, what events have started and still goes on; empty when there is nothing.
+  Settle(Loop& loop, Device& device, const ServiceManager& services, std::function<std::string()> followers,
+         std::string runtimeFolder)
+      : loop_(loop),
+        device_(device),
+        services_(services),
+        followers_(std::move(followers)),
+        runtimeFolder_(std::move(runtimeFolder)) {}
   ~Settle() { loop_.Cancel(timer_); }
   Settle(const Settle&) = delete;
   Settle& operator=(const Settle&) = delete;
@@ -31,8 +39,8 @@ class Settle {
   void AddOperations(OpRegistry& operations);
 
  private:
-  // What must stand still: notifications, calls, bytes of the debug log and of the trace.
-  using Activity = std::array<std::uint64_t, 4>;
+  // What must stand still: notifications, calls, bytes of the logs.
+  using Activity = std::array<std::uint64_t, 6>;
 
   struct Waiting {
     Clock::time_point begun;
@@ -47,6 +55,7 @@ class Settle {
   Loop& loop_;
   Device& device_;
   const ServiceManager& services_;
+  const std::function<std::string()> followers_;
   const std::string runtimeFolder_;
   std::list<Waiting> waiting_;
   Loop::TimerId timer_ = 0;

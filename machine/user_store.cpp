@@ -69,6 +69,17 @@ std::string UserStore::Spelling(const std::string& name) const {
   return found != accounts_.end() ? found->first : name;
 }
 
+std::optional<std::string> UserStore::Find(const std::string& name) const {
+  const auto found = accounts_.find(name);
+  return found != accounts_.end() ? std::optional(SidOf(found->second)) : std::nullopt;
+}
+
+std::string UserStore::NameOf(const std::string& sid) const {
+  const auto found = std::find_if(accounts_.begin(), accounts_.end(),
+                                  [&](const auto& account) { return SidOf(account.second) == sid; });
+  return found != accounts_.end() ? found->first : sid;
+}
+
 json UserStore::Report() const {
   json report = json::array();
   for (const auto& [name, id] : accounts_) report.push_back(json{{"user", name}, {"sid", SidOf(id)}});

@@ -26,6 +26,11 @@ class UserStore {
   // The name as the account was made with; `name` itself when there is none.
   std::string Spelling(const std::string& name) const;
 
+  // The SID of the user; none when there is no such account.
+  std::optional<std::string> Find(const std::string& name) const;
+  // The name of the account; `sid` itself when it is none of the machine's.
+  std::string NameOf(const std::string& sid) const;
+
   nlohmann::json Report() const;
 
  private:

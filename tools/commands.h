@@ -26,8 +26,14 @@ void AddPowerCommands(CLI::App& app, Options& options);     // suspend, resume
 void AddSessionCommands(CLI::App& app, Options& options);   // user, logon, logoff, connect, disconnect, winlogon
 void AddRunCommand(CLI::App& app, Options& options);        // run
 void AddGrantCommands(CLI::App& app, Options& options);     // caps, allow
+void AddPackageCommands(CLI::App& app, Options& options);   // package ...
+void AddAppServeCommand(CLI::App& app, Options& options);   // app serve; after AddAppServiceCommands
+void AddAppRunsCommand(CLI::App& app, Options& options);    // app runs; after AddAppServiceCommands
+void AddTaskCommands(CLI::App& app, Options& options);      // task ...
 void AddLogCommands(CLI::App& app, Options& options);       // log, trace
 void AddRegistryCommands(CLI::App& app, Options& options);  // reg ...
+void AddRoadCommand(CLI::App& app, Options& options);       // road
+void AddDoctorCommand(CLI::App& app, Options& options);     // doctor
 void AddDemoCommand(CLI::App& app, Options& options);       // demo
 
 }  // namespace tool

@@ -61,8 +61,7 @@ void AddPress(CLI::App& app, Options& options) {
   auto button = std::make_shared<std::string>();
   command->add_option("button", *button, "application switch 1 to 31, one-touch, ir, or a mask of switches as 0x...")
       ->required()
-      ->check(CLI::Validator(
-          [](std::string& text) { return ParseButton(text) ? std::string() : "not a button: " + text; }, "BUTTON"));
+      ->check(CLI::Validator(ButtonError, "BUTTON"));
   command->callback([&options, button] {
     options.action = [&options, button] {
       return ActOnDevice(options, "press " + *button,

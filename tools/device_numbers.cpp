@@ -37,6 +37,10 @@ std::optional<ButtonPress> ParseButton(std::string_view text) {
   return ButtonPress{ButtonPress::Kind::Switch, *word};
 }
 
+std::string ButtonError(const std::string& text) {
+  return ParseButton(text) ? std::string() : "not a button: " + text;
+}
+
 bool Press(machine::Device& device, const ButtonPress& press) {
   switch (press.kind) {
     case ButtonPress::Kind::Switch:

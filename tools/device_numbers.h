@@ -21,6 +21,8 @@ struct ButtonPress {
 
 // "3", "0x5" (a mask, bit 31 clear, not 0), "one-touch", "ir".
 std::optional<ButtonPress> ParseButton(std::string_view text);
+// For options that take a button: what is wrong with `text`, empty when nothing is.
+std::string ButtonError(const std::string& text);
 bool Press(machine::Device& device, const ButtonPress& press);
 
 struct BitAnswer {

@@ -21,8 +21,14 @@ void AddHostCommands(CLI::App& app, Options& options) {
   AddSessionCommands(app, options);
   AddRunCommand(app, options);
   AddGrantCommands(app, options);
+  AddPackageCommands(app, options);
+  AddAppServeCommand(app, options);
+  AddAppRunsCommand(app, options);
+  AddTaskCommands(app, options);
   AddLogCommands(app, options);
   AddRegistryCommands(app, options);
+  AddRoadCommand(app, options);
+  AddDoctorCommand(app, options);
   AddDemoCommand(app, options);
 }
 

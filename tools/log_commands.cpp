@@ -1,4 +1,4 @@
-// log, trace: the debug output and the event trace of the machine's processes, as they are written.
+// log, trace, app runs: the debug output, the event trace and the app services' messages, as they are written.
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
@@ -24,13 +24,22 @@ struct LogKind {
   const char* name;
   const char* help;
   const char* file;
+  const char* whenMissing;  // what to do about a file that is not there
   std::optional<ShownRecord> (*show)(const std::string& line);
 };
 
+constexpr const char* kEnableLog =
+    "nothing was written yet; the service writes debug output only with EnableLog set: hkd04a7ctl reg set "
+    "'HKLM\\Software\\Quorvex\\HKD04A7' EnableLog --type dword 1, then restart it";
+
 constexpr LogKind kLogs[] = {
-    {"log", "debug output of the service and other processes", "debug.log", ShowDebugRecord},
-    {"trace", "events written to the event trace", "trace.log", ShowTraceRecord},
+    {"log", "debug output of the service and other processes", "debug.log", kEnableLog, ShowDebugRecord},
+    {"trace", "events written to the event trace", "trace.log", kEnableLog, ShowTraceRecord},
 };
+
+constexpr LogKind kAppRuns = {"runs", "messages to app services, and openings that failed", "app_services.log",
+                              "no app service was opened yet: hkd04a7ctl package add, app register",
+                              ShowAppServiceRecord};
 
 // Prints records, folded unless they are wanted raw.
 class LogPrinter {
@@ -80,11 +89,7 @@ int ShowLog(const Options& options, const LogKind& kind, bool follow, std::size_
   const std::string path = host::CurrentMachineDirectory().runtime + "/" + kind.file;
   FileFollower file(path);
   if (!follow && !file.Exists()) {
-    return Report(
-        options, kFailed,
-        {std::string("show the ") + kind.name, "there is no " + path, 0,
-         "nothing was written yet; the service writes debug output only with EnableLog set: hkd04a7ctl reg set "
-         "'HKLM\\Software\\Quorvex\\HKD04A7' EnableLog --type dword 1, then restart it"});
+    return Report(options, kFailed, {std::string("show the ") + kind.name, "there is no " + path, 0, kind.whenMissing});
   }
   LogPrinter printer(kind, options.json);
   PrintTail(file, printer, lines);
@@ -111,6 +116,10 @@ void AddLog(CLI::App& app, Options& options, const LogKind& kind) {
 
 void AddLogCommands(CLI::App& app, Options& options) {
   for (const LogKind& kind : kLogs) AddLog(app, options, kind);
+}
+
+void AddAppRunsCommand(CLI::App& app, Options& options) {
+  AddLog(*app.get_subcommand("app"), options, kAppRuns);
 }
 
 }  // namespace tool

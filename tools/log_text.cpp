@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "tools/app_runs_text.h"
 #include "tools/event_text.h"
+#include "tools/printable.h"
 
 namespace tool {
 namespace {
@@ -13,19 +15,7 @@ using nlohmann::json;
 
 std::string OneLine(std::string text) {
   if (text.ends_with('\n')) text.pop_back();
-  std::string shown;
-  for (const char c : text) {
-    char escaped[8];
-    if (c == '\n')
-      shown += "\\n";
-    else if (c == '\t')
-      shown += "\\t";
-    else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
-      shown.append(escaped, std::snprintf(escaped, sizeof escaped, "\\x%02X", c));
-    else
-      shown += c;
-  }
-  return shown;
+  return Printable(text);
 }
 
 std::string Stamp(const json& record) {
@@ -63,6 +53,13 @@ std::optional<ShownRecord> ShowTraceRecord(const std::string& line) {
     std::string text = record.at("event").get<std::string>();
     for (const json& argument : record.at("args")) text += ' ' + ArgumentText(argument);
     return OneLine(text);
+  });
+}
+
+// The members of a message are shown in their order.
+std::optional<ShownRecord> ShowAppServiceRecord(const std::string& line) {
+  return ShowRecord(line, [&line](const json&) {
+    return OneLine(AppServiceRecordText(nlohmann::ordered_json::parse(line, nullptr, false)));
   });
 }
 

@@ -16,6 +16,7 @@ struct ShownRecord {
 // control characters as \n, \t or \xNN.
 std::optional<ShownRecord> ShowDebugRecord(const std::string& line);
 std::optional<ShownRecord> ShowTraceRecord(const std::string& line);
+std::optional<ShownRecord> ShowAppServiceRecord(const std::string& line);
 
 // Folds a record that says the same as the one before it, from the same process.
 class RepeatFolder {

@@ -65,7 +65,8 @@ void AddMachineCommands(CLI::App& app, Options& options) {
   up->callback([&options, noService] { options.action = [&options, noService] { return Up(options, !*noService); }; });
   Add(app, options, "down", "take the machine down, with every process it started", Down);
   Add(app, options, "reboot", "restart the machine: what is volatile goes, automatic services start", Reboot);
-  Add(app, options, "settle", "return when nothing is outstanding at the device and in the service", Settle);
+  Add(app, options, "settle", "return when nothing is outstanding: device, service, runs of tasks, client mode",
+      Settle);
 }
 
 }  // namespace tool

@@ -12,6 +12,7 @@
 #include "platform/host/base/text.h"
 #include "tools/commands.h"
 #include "tools/exit_codes.h"
+#include "tools/printable.h"
 #include "tools/registry_access.h"
 #include "tools/report.h"
 
@@ -37,7 +38,8 @@ using Action = int (*)(const Options&, const RegistryRequest&);
 
 std::string TypedText(const RegistryValue& value) {
   std::string text = TypeName(value.type);
-  for (const std::string& word : ValueWords(value)) text += (value.type == REG_MULTI_SZ ? "\n      " : " ") + word;
+  for (const std::string& word : ValueWords(value))
+    text += (value.type == REG_MULTI_SZ ? "\n      " : " ") + Printable(word);
   return text;
 }
 
@@ -46,7 +48,7 @@ void ShowValue(const Options& options, const std::string& name, const RegistryVa
     const nlohmann::ordered_json shown = {{"name", name}, {"type", TypeName(value.type)}, {"data", ValueWords(value)}};
     std::printf("%s\n", shown.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
   } else {
-    std::printf("  %-32s %s\n", name.empty() ? "(default)" : name.c_str(), TypedText(value).c_str());
+    std::printf("  %-32s %s\n", name.empty() ? "(default)" : Printable(name).c_str(), TypedText(value).c_str());
   }
 }
 
@@ -106,7 +108,7 @@ int List(const Options& options, const RegistryRequest& request) {
     if (options.json)
       std::printf("%s\n", nlohmann::json{{"key", text}}.dump().c_str());
     else
-      std::printf("  [%s]\n", text.c_str());
+      std::printf("  [%s]\n", Printable(text).c_str());
   }
   return kDone;
 }

@@ -6,6 +6,7 @@
 #include "client/code_names.h"
 #include "client/status.h"
 #include "tools/exit_codes.h"
+#include "tools/printable.h"
 
 namespace tool {
 namespace {
@@ -55,16 +56,16 @@ ordered_json ToJson(int exitCode, const Refusal& refusal) {
 }
 
 std::string Begin(const std::string& tried) {
-  return "hkd04a7ctl: could not " + tried + ": ";
+  return "hkd04a7ctl: could not " + Printable(tried) + ": ";
 }
 
 std::string NextLine(const std::string& next) {
-  return next.empty() ? "" : "\n  next: " + next;
+  return next.empty() ? "" : "\n  next: " + Printable(next);
 }
 
 std::string ToText(const Failure& failure) {
   const std::string code = failure.code == 0 ? "" : " answered " + client::DescribeCode(failure.code);
-  return Begin(failure.tried) + failure.answered + code + NextLine(failure.next);
+  return Begin(failure.tried) + Printable(failure.answered) + code + NextLine(failure.next);
 }
 
 std::string ToText(const Refusal& refusal) {

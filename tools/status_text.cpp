@@ -26,7 +26,7 @@ class Sections {
 
   void Line(const std::string& value) {
     char head[24];
-    std::snprintf(head, sizeof head, "\n  %-12s", name_);
+    std::snprintf(head, sizeof head, "\n  %-13s", name_);
     text_ += head + value;
     name_ = "";
   }
@@ -115,6 +115,40 @@ void AddRpcServers(Sections& sections, const json& status) {
     sections.Line(RpcServerText(server, StopIsPending(status, server.value("pid", json()))));
 }
 
+void AddTasks(Sections& sections, const json& status) {
+  if (!status.contains("tasks")) return;
+  const json& tasks = status.at("tasks");
+  sections.Begin("tasks");
+  sections.Line(NumberText(tasks, "registered") + " registered, " + NumberText(tasks, "runsGoing") + " runs going, " +
+                NumberText(tasks, "runsWaiting") + " waiting" +
+                (tasks.value("running", true) ? "" : "; the Task Scheduler is stopped"));
+}
+
+std::string UserOf(const json& process, const json& status) {
+  return IdentityText(process.value("token", process), Member(status, "users"));
+}
+
+void AddClientMode(Sections& sections, const json& status) {
+  sections.Begin("client mode");
+  for (const json& process : Member(status, "clientMode")) {
+    const json event = process.value("event", json());
+    const std::string what =
+        "event " + (event.is_string() ? event.get<std::string>() : "?") + " for " + UserOf(process, status);
+    const bool isThere = process.value("ageMs", json()).is_number();
+    sections.Line(isThere ? NumberText(process, "pid") + "  " + what + ", " + NumberText(process, "ageMs") + " ms old"
+                          : what + ", being started");
+  }
+}
+
+void AddAppServices(Sections& sections, const json& status) {
+  sections.Begin("app services");
+  for (const json& service : Member(status, "appServices"))
+    sections.Line(NumberText(service, "pid") + "  " + service.value("package", "") + " " +
+                  service.value("service", "") + " for " + UserOf(service, status) +
+                  (service.value("listening", false) ? "" : ", not listening yet") +
+                  (service.value("refuses", false) ? ", refuses connections" : ""));
+}
+
 void AddRest(Sections& sections, const json& status) {
   sections.Begin("endpoints");
   for (const json& endpoint : Member(status, "endpoints"))
@@ -134,6 +168,9 @@ std::string StatusText(const json& status) {
   AddProcesses(sections, status);
   AddDevice(sections, status);
   AddRpcServers(sections, status);
+  AddTasks(sections, status);
+  AddClientMode(sections, status);
+  AddAppServices(sections, status);
   AddRest(sections, status);
   return "machine at " + status.value("runtime", "") + ", process " + NumberText(status, "pid") + ", up " +
          std::to_string(status.value("uptimeMs", std::uint64_t{0}) / 1000) + " s" +

@@ -88,6 +88,9 @@ int Demo::PlayStep(const DemoStep& step, DemoStage& stage) {
   std::vector<WatchClient*> clients;
   for (const auto& client : clients_) clients.push_back(client.get());
   const std::uint64_t first = stage.device.Counts().notificationsRaised;
+  if (step.followRoad) {
+    if (int code = road_.Follow(options_, stage.device); code != kDone) return code;
+  }
   const std::int64_t begin = Now();
   if (int code = step.act(stage); code != kDone) return code;
   for (WatchClient* client : clients) client->AwaitEvents(expected_ + step.events.size(), kStepPatience);
@@ -103,7 +106,14 @@ int Demo::PlayStep(const DemoStep& step, DemoStage& stage) {
   expected_ += step.events.size();
   if (step.showWakeupRecord) ShowWakeupRecord();
   PlayRequests(step.requests);
-  return Interrupted() ? kInterrupted : Settle(options_);
+  return Interrupted() ? kInterrupted : Rest(step);
+}
+
+// The task runs and the messages of the step's events are among what has to come to rest.
+int Demo::Rest(const DemoStep& step) {
+  if (int code = Settle(options_); code != kDone) return code;
+  if (step.followRoad) right_ = road_.Show() && right_;
+  return kDone;
 }
 
 void Demo::PlayRequests(const std::vector<DemoRequest>& requests) {

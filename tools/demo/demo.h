@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/demo/demo_machine.h"
+#include "tools/demo/demo_road.h"
 #include "tools/demo/demo_steps.h"
 #include "tools/demo/watch_client.h"
 #include "tools/options.h"
@@ -26,6 +27,7 @@ class Demo {
  private:
   int StartClients();
   int PlayStep(const DemoStep& step, DemoStage& stage);
+  int Rest(const DemoStep& step);
   int StopWithWaitsPending();
   int ShowServiceHistory();
   void CheckNothingElseCame();
@@ -35,6 +37,7 @@ class Demo {
 
   const Options& options_;
   DemoMachine machine_;
+  DemoRoad road_;
   std::vector<std::unique_ptr<WatchClient>> clients_;
   std::vector<double> milliseconds_;  // of every event at every client
   std::size_t expected_ = 0;          // events that each client had to see so far

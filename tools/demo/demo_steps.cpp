@@ -11,6 +11,7 @@
 namespace tool {
 namespace {
 
+constexpr unsigned kListedSwitch = 2;
 constexpr std::uint32_t kOneTouch = 0x40000401;
 constexpr std::uint32_t kIrOpe = 0x40000300;
 constexpr std::uint32_t kBothButtons = 0x40000000;
@@ -23,6 +24,10 @@ int Taken(const DemoStage& stage, bool taken) {
 
 int PressSwitches(DemoStage& stage) {
   return Taken(stage, stage.device.PressMask(0x00000005));
+}
+
+int PressListedSwitch(DemoStage& stage) {
+  return Taken(stage, stage.device.Press(kListedSwitch));
 }
 
 int PressButtons(DemoStage& stage) {
@@ -109,6 +114,17 @@ std::vector<DemoRequest> AppServiceRequests() {
           {Asker::Package, ask("query"), kFailed, "0x80070002"}};
 }
 
+// Whom switch 2 is to reach: a task, and the user's app service.
+std::vector<DemoRequest> TargetRequests() {
+  const std::string event = std::to_string(kListedSwitch);
+  return {{Asker::Owner,
+           {"task", "add", "Demo\\Press", "--for", event, "--replace", "/bin/sh", "--", "-c \"exit $(Arg2)\""},
+           kDone,
+           "Demo\\Press"},
+          {Asker::Owner, {"package", "add", kDemoPackage, "--service", "hello"}, kDone, kDemoPackage},
+          {Asker::Package, {"app", "register", kDemoPackage, "hello", "--event", event}, kDone, "registered: "}};
+}
+
 // The command's own parameters end in a place for the one that the client appends.
 std::vector<DemoRequest> CommandRequests() {
   const std::vector<std::string> wakeup = {"wakeup", "switch"};
@@ -136,6 +152,8 @@ const std::vector<DemoStep>& DemoSteps() {
       {"phone-PC data control, mask 0x00000006", ControlPhone, {{36, 1, 0x11}, {36, 2, 0x22}}},
       {"function 0x101C, count 3, answers 0, 7, 0", AnswerFunction101C, {{42, 2, 7}}},
       {"logon of a user", LogOn, {{41, 5, 0, 0, true}}},
+      {"switch 2 gets a task and an app service of the user's", DoNothing, {}, false, TargetRequests()},
+      {"switch 2, on all four roads", PressListedSwitch, {{2, 2, 0}}, false, {}, true},
       {"suspend", SendToSleep, {}, true},
       {"resume, woken by the one-touch button (0x40000401) and a switch (0x00000004)",
        WakeByOneTouch,

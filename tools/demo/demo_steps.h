@@ -31,6 +31,7 @@ struct DemoStep {
   std::vector<ExpectedEvent> events;
   bool showWakeupRecord = false;
   std::vector<DemoRequest> requests{};  // asked once the events have come
+  bool followRoad = false;              // through all four targets
 };
 
 // In the order they are played. Steps without device notifications (power, sessions) have their time counted from the

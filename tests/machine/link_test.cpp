@@ -36,6 +36,23 @@ TEST(FrameTest, MessagesAreCutFromTheStreamHoweverItArrives) {
   EXPECT_EQ(frames.Take(&payload), FrameReader::Result::kTooLarge);
 }
 
+TEST(FrameTest, MessagesNestedTooDeeplyEndTheStream) {
+  const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+  const std::pair<std::string, FrameReader::Result> cases[] = {
+      {nested(host::kMaxFrameNesting), FrameReader::Result::kMessage},
+      {nested(host::kMaxFrameNesting + 1), FrameReader::Result::kTooLarge},
+      {"[\"\\\"" + nested(1000) + "\"]", FrameReader::Result::kMessage},  // in a string, behind an escaped quote
+      {"{\"a\":" + nested(4'000'000), FrameReader::Result::kTooLarge},
+  };
+  for (const auto& [message, expected] : cases) {
+    FrameReader frames;
+    const std::string frame = host::EncodeFrame(message);
+    frames.Append(frame.data(), frame.size());
+    std::string payload;
+    EXPECT_EQ(frames.Take(&payload), expected) << message.substr(0, 20);
+  }
+}
+
 class LinkTest : public MachineTest {
  protected:
   void SetUp() override { Start(); }

@@ -20,7 +20,12 @@ TemporaryFolder::TemporaryFolder() {
 }
 
 TemporaryFolder::~TemporaryFolder() {
-  std::filesystem::remove_all(path_);
+  // A daemon that goes down may be removing files of its own still.
+  Eventually([this] {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+    return !std::filesystem::exists(path_, ignored);
+  });
 }
 
 bool Eventually(const std::function<bool()>& condition) {

@@ -67,7 +67,9 @@ class IdentityTest : public testing::Test {
   void Enter(pid_t pid, const host::TokenFacts& token) { Enter(pid, token, host::ProcessStartTime(pid)); }
   void Write(const std::string& name, const std::string& text) {
     std::filesystem::create_directory(machine_.Runtime() + "/processes");
-    std::ofstream(machine_.Runtime() + "/" + name) << text;
+    const std::string path = machine_.Runtime() + "/" + name;
+    std::ofstream(path + ".new") << text;
+    std::filesystem::rename(path + ".new", path);
   }
   void Publish(unsigned console, const nlohmann::json& sessions) {
     Write("sessions.json", nlohmann::json{{"console", console}, {"sessions", sessions}}.dump());

@@ -63,8 +63,10 @@ std::string VariantFolder(const std::string& variant) {
 TEST(Worker, StartsServesAndStops) {
   ServiceProcess service;
   service.StartAndSettle();
-  EXPECT_EQ(WorkerLines(service), (Lines{"hkd04a7 Quorvex::PC::Hkd04a7::Service::CRpcServer::Start enter\n",
-                                         "HKD04A7: worker thread: ready", "hkd04a7 - rpcserver - notify\n"}));
+  EXPECT_THAT(WorkerLines(service), ElementsAre("hkd04a7 Quorvex::PC::Hkd04a7::Service::CRpcServer::Start enter\n",
+                                                "HKD04A7: worker thread: ready", "hkd04a7 - rpcserver - notify\n",
+                                                "hkd04a7 - uwpassist notify enter (37, 00000000h, 00000000h)\n",
+                                                testing::StartsWith("hkd04a7, fail dup token=0x")));
   EXPECT_EQ(service.ReportedStates(), kStartedStates);
   EXPECT_EQ(service.Stop(), 0u);
   EXPECT_EQ(service.ExitCode(), 0);

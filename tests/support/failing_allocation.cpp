@@ -9,14 +9,22 @@ constexpr int kAll = -1;
 
 thread_local int g_allocationsLeft = kAll;
 
+// Null when it fails.
+void* Allocate(std::size_t size) {
+  const bool fails = g_allocationsLeft == 0;
+  if (g_allocationsLeft != kAll) --g_allocationsLeft;
+  return fails ? nullptr : std::malloc(size);
+}
+
 }  // namespace
 
 void* operator new(std::size_t size) {
-  const bool fails = g_allocationsLeft == 0;
-  if (g_allocationsLeft != kAll) --g_allocationsLeft;
-  void* block = fails ? nullptr : std::malloc(size);
+  void* block = Allocate(size);
   if (block == nullptr) throw std::bad_alloc();
   return block;
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return Allocate(size);
 }
 void operator delete(void* block) noexcept {
   std::free(block);

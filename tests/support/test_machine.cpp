@@ -19,7 +19,9 @@
 #include "platform/host/link/machine_link.h"
 #include "platform/host/registry/registry_control.h"
 #include "platform/host/rpc/server_status.h"
+#include "platform/host/runtime/runtime_control.h"
 #include "platform/services.h"
+#include "platform/task_scheduler.h"
 
 namespace support {
 
@@ -50,15 +52,28 @@ bool RpcIsAtRest() {
   return true;
 }
 
+// The receiving thread lets go of an operation a moment after its handler has been called.
+bool RuntimeIsAtRest() {
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (host::LiveRuntimeObjects() + host::LiveRuntimeStrings() != 0) {
+    if (std::chrono::steady_clock::now() > limit) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
 // The RPC runtime's threads and its endpoint live as long as the process and are not looked at.
 void ExpectNothingLeftOpen() {
   EXPECT_TRUE(RpcIsAtRest()) << host::rpc::OpenCallCount() << " calls, " << host::rpc::ContextHandleCount()
                              << " context handles, " << host::rpc::ConnectionCount() << " connections";
   host::WaitForThreadPoolIdle();
+  EXPECT_TRUE(RuntimeIsAtRest()) << host::LiveRuntimeObjects() << " objects, " << host::LiveRuntimeStrings()
+                                 << " strings of the runtime";
   EXPECT_THAT(host::OpenHandleCounts(), testing::IsEmpty());
   EXPECT_EQ(host::OpenRegistryKeyCount(), 0u);
   EXPECT_EQ(host::OpenServiceHandleCount(), 0u);
   EXPECT_EQ(host::LocalBlockCount(), 0);
+  EXPECT_EQ(host::LiveStrings() + host::LiveArrays() + host::LiveTaskObjects(), 0);
   EXPECT_EQ(host::LeftoverImpersonations(), 0u);
 }
 
@@ -66,6 +81,7 @@ void ExpectNothingLeftOpen() {
 
 TestMachine::~TestMachine() {
   host::ClearFaults();
+  host::RestoreRuntimeClasses();
   ExpectNothingLeftOpen();
   machine_->Stop();
   host::MachineLink::Reset();

@@ -16,7 +16,7 @@ TEST_F(DemoTest, PlaysEverythingOnce) {
   const ToolResult result = Run({"demo", "--once"});
   EXPECT_EQ(result.exitCode, 0) << result.output;
   EXPECT_THAT(result.output,
-              AllOf(HasSubstr("30 of 30 events"), HasSubstr("14 of 14 requests"), HasSubstr("everything as expected"),
+              AllOf(HasSubstr("32 of 32 events"), HasSubstr("17 of 17 requests"), HasSubstr("everything as expected"),
                     HasSubstr("exit code 7"), HasSubstr("WakeupOnetouchButtonInfo=0x40000401")));
   EXPECT_EQ(Run({"status"}).exitCode, 4) << "the machine is down";
   // What it left behind does not matter to the next one.

@@ -5,6 +5,7 @@
 #include "auth/winlogon_token.h"
 #include "common/handles.h"
 #include "common/hresult.h"
+#include "common/user_environment.h"
 #include "platform/errors.h"
 #include "platform/processes.h"
 #include "platform/sync.h"
@@ -22,13 +23,6 @@ HRESULT LastErrorAnswer() {
 Common::UniqueHandle SystemToken(const CWtsProcessApi& wtsApi, DWORD flags) {
   return (flags & RUN_FILE_IN_CLIENT_SESSION) != 0 ? GetWinLogonExeToken(wtsApi)
                                                    : DuplicateProcessToken(GetCurrentProcessId());
-}
-
-// The environment of the token's user, with nothing of the service's own.
-Common::UniqueEnvironmentBlock EnvironmentOf(HANDLE token) {
-  Common::UniqueEnvironmentBlock environment;
-  if (!CreateEnvironmentBlock(environment.Receive(), token, FALSE)) environment.Release();
-  return environment;
 }
 
 struct StartedProgram {
@@ -71,7 +65,7 @@ HRESULT CreateProcessAsSystem(const CWtsProcessApi& wtsApi, DWORD flags, const A
     DebugLog(W("hkd04a7, fail get token=0x%08x\n"), GetLastError());
     return LastErrorAnswer();
   }
-  const Common::UniqueEnvironmentBlock environment = EnvironmentOf(token.Get());
+  const Common::UniqueEnvironmentBlock environment = Common::CreateUserEnvironment(token.Get());
   if (!environment) {
     DebugLog(W("hkd04a7, fail get env=0x%08x\n"), GetLastError());
     return LastErrorAnswer();

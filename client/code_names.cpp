@@ -131,6 +131,14 @@ constexpr Entry kEntries[] = {
     {0x80004005, "E_FAIL", "unspecified failure"},
     {0x8000FFFF, "E_UNEXPECTED", "unexpected failure"},
     {0x80010106, "RPC_E_CHANGED_MODE", "the thread has another apartment type"},
+    {0x8002000D, "DISP_E_ARRAYISLOCKED", "the array is locked"},
+    {0x80040154, "REGDB_E_CLASSNOTREG", "no such class is registered"},
+    {0x800401F0, "CO_E_NOTINITIALIZED", "the thread is in no apartment"},
+    {0x80041315, "SCHED_E_SERVICE_NOT_RUNNING", "the Task Scheduler does not run"},
+    {0x8004131F, "SCHED_E_ALREADY_RUNNING", "an instance of the task is running"},
+    {0x80041320, "SCHED_E_USER_NOT_LOGGED_ON", "the task's user is not logged on"},
+    {0x80041326, "SCHED_E_TASK_DISABLED", "the task is disabled"},
+    {0x80041328, "SCHED_E_START_ON_DEMAND", "the task may not be run on demand"},
     {0xFFFFFFFF, "WAIT_FAILED", "the wait failed"},
 };
 

@@ -1,5 +1,6 @@
 #include "service/entry_point.h"
 
+#include "appservice/client_mode.h"
 #include "platform/services.h"
 #include "service/command_line.h"
 #include "service/debug_log.h"
@@ -22,9 +23,8 @@ int RunAppServiceMode(const CommandLineOptions& options) {
     DebugLog(W("hkd04a7 -appservice - event or data missing\n"));
     return 0;
   }
-  DebugLog(W("hkd04a7 -appservice - no delivery in this build (%u, %08xh, %08xh)\n"), event->eventId, event->data1,
-           event->data2);
-  return -1;
+  NotifyEventByUwpAppService(event->eventId, event->data1, event->data2);
+  return 0;
 }
 
 }  // namespace

@@ -20,6 +20,8 @@ CServiceContext::CServiceContext() {
   wtsApi.LoadAndBind();
   LoadFromModuleDirectory(deviceDll, W("hkd04a7-utility.dll"));
   OpenTrace(etwDll, trace);
+  // Without a connection now, the first event tries again.
+  ConnectTaskService(taskService);
 }
 
 CServiceContext::~CServiceContext() {

@@ -1,4 +1,5 @@
-// Everything outside the service that the event pipeline needs: libraries, entry points, the trace registration.
+// Everything outside the service that the event pipeline needs: libraries, entry points, the trace registration,
+// the connection to the Task Scheduler.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include "device/hkd04a7_etw_dll.h"
 #include "device/trace_registration.h"
 #include "service/wts_session_api.h"
+#include "tasks/task_service.h"
 
 namespace Quorvex::PC::Hkd04a7::Service {
 
@@ -25,6 +27,7 @@ class CServiceContext {
   CHkd04a7etwDll etwDll;
   TraceRegistration trace;  // open only while etwDll is loaded
   CHkd04a7DllInternalAPI deviceDll;
+  TaskServicePointer taskService;  // connected anew after a task that could not be run
   CWtsSessionApi wtsApi;
 };
 

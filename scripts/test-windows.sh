@@ -29,18 +29,31 @@ start_wine() {
   unset DISPLAY WAYLAND_DISPLAY
   export WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml,winedbg.exe='
   timeout 300 "$WINE" wineboot -i >/dev/null 2>&1 || fail "Wine could not make its prefix"
+  # For its first minute a new prefix starts no service on demand, and all that asks for one waits; booted anew it does.
+  end_wine_programs
 }
 
-stop_wine() {
+end_wine_programs() {
   local server
   for server in "$(dirname "$(readlink -f "$WINE")")/wineserver" wineserver /usr/lib/wine/wineserver; do
     command -v "$server" >/dev/null && timeout 30 "$server" -k -w >/dev/null 2>&1 && break
   done
+}
+
+stop_wine() {
+  end_wine_programs
   rm -rf "$WINEPREFIX"
 }
 
-# run_windows PROGRAM ARGS...: its output without carriage returns, its exit status.
-run_windows() { (cd "$BUILD/bin" && timeout -k 5 "$CASE_LIMIT" "$WINE" "$@" 2>&1 </dev/null) | tr -d '\r'; }
+# run_windows PROGRAM ARGS...: its output without carriage returns, its exit status. The output goes through a file: a pipe
+# would end only with Wine's own programs, which inherit it and outlive the case by seconds.
+run_windows() {
+  local status
+  (cd "$BUILD/bin" && timeout -k 5 "$CASE_LIMIT" "$WINE" "$@") >"$WINEPREFIX/output" 2>&1 </dev/null
+  status=$?
+  tr -d '\r' <"$WINEPREFIX/output"
+  return "$status"
+}
 
 list_cases() { run_windows "$1" --gtest_list_tests | awk '/^[^ ].*\.$/ { suite = $1 } /^  / { print suite $1 }'; }
 

@@ -39,13 +39,16 @@ class Reassembly {
               std::span<const std::byte> stub, Message& message);
 
   // Forgets what has come of a call that was cancelled.
-  void Drop(std::uint32_t callId) { open_.erase(callId); }
+  void Drop(std::uint32_t callId);
 
   std::size_t OpenMessages() const { return open_.size(); }
+  // Of all open messages.
+  std::size_t Bytes() const { return bytes_; }
 
  private:
   Limits limits_;
   std::map<std::uint32_t, Message> open_;
+  std::size_t bytes_ = 0;
 };
 
 }  // namespace host::rpc

@@ -61,15 +61,19 @@ std::uint32_t ServerCall::TakeHandles(bool* waiting) {
     }
     handles_.push_back(std::move(handle));
   }
-  for (const auto& handle : handles_) {
-    if (tables_.contexts.BeginUse(*handle, shared_from_this()) == Use::Waiting) *waiting = true;
+  for (std::size_t i = 0; i < handles_.size(); ++i) {
+    const Use use = tables_.contexts.BeginUse(*handles_[i], shared_from_this());
+    if (use == Use::Waiting) *waiting = true;
+    if (use != Use::LineFull) continue;
+    handles_.resize(i);
+    return kFaultServerTooBusy;
   }
   return 0;
 }
 
 std::shared_ptr<Task> ServerCall::Refuse(std::uint32_t fault) {
   answered_ = true;
-  tables_.interfaces.RoutineEnded(*request_.interface, *request_.procedure);
+  tables_.interfaces.RoutineEnded(*request_.interface, *request_.procedure, Client());
   SendFault(fault, false);
   auto next = RoutineLeft();
   auto other = HalfEnded();
@@ -81,7 +85,7 @@ std::shared_ptr<Task> ServerCall::Run() {
   if (request_.connection->Closed() || !SetValues()) return Refuse(kFaultContextMismatch);
   if (request_.procedure->asynchronous) self_ = shared_from_this();
   const std::uint32_t fault = Invoke();
-  tables_.interfaces.RoutineEnded(*request_.interface, *request_.procedure);
+  tables_.interfaces.RoutineEnded(*request_.interface, *request_.procedure, Client());
   if (fault == 0 && request_.procedure->asynchronous) return RoutineLeft();
   std::shared_ptr<Task> next;
   if (!answered_.exchange(true)) {
@@ -195,7 +199,7 @@ std::shared_ptr<Task> ServerCall::HalfEnded() {
   if (--open_ > 0) return nullptr;
   std::shared_ptr<Task> next;
   if (HoldsHandlesUntilReply()) next = LeaveHandles();
-  tables_.interfaces.CallEnded(*request_.interface, *request_.procedure);
+  tables_.interfaces.CallEnded(*request_.interface, *request_.procedure, Client());
   return next;
 }
 

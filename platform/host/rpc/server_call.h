@@ -37,7 +37,8 @@ struct ServerRequest {
   std::uint32_t callId = 0;
   std::uint16_t presentationContext = 0;
   std::uint16_t maxFragment = 0;
-  Call call;  // as ReadRequest left it
+  Call call;                        // as ReadRequest left it
+  std::unique_ptr<HeldBytes> held;  // of the client's share, for a request that came in fragments
 };
 
 class ServerCall final : public AsyncCall, public Task, public std::enable_shared_from_this<ServerCall> {
@@ -45,8 +46,8 @@ class ServerCall final : public AsyncCall, public Task, public std::enable_share
   // `request` has been admitted by the interface table.
   ServerCall(const ServerTables& tables, ServerRequest request);
 
-  // Finds the values behind the [in] handles and begins their use. Answers the fault when one is unknown; with
-  // `*waiting` the call stands in a handle's line and will be run by who leaves it.
+  // Finds the values behind the [in] handles and begins their use. Answers the fault when one is unknown or its line
+  // full; with `*waiting` the call stands in a handle's line and will be run by who leaves it.
   std::uint32_t TakeHandles(bool* waiting);
 
   // Ends a call whose routine is not to run. Answers what has become ready by that.
@@ -70,6 +71,7 @@ class ServerCall final : public AsyncCall, public Task, public std::enable_share
   static ServerCall* Current();
 
  private:
+  ClientShare& Client() const { return *request_.connection->peer().share; }
   bool SetValues();
   std::uint32_t Invoke();
   void SendResponse();

@@ -7,23 +7,17 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/host/rpc/client_share.h"
 #include "platform/host/rpc/server_call.h"
 
 namespace host::rpc {
-
-namespace {
-
-// Above the first a connection is not read, below the second it is again.
-constexpr std::size_t kUnsentHigh = 256u << 10;
-constexpr std::size_t kUnsentLow = 64u << 10;
-
-}  // namespace
 
 ServerConnection::ServerConnection(std::uint64_t id, int socket, const Peer& peer, int epoll)
     : id_(id), peer_(peer), epoll_(epoll), socket_(socket) {}
 
 ServerConnection::~ServerConnection() {
   if (socket_ >= 0) close(socket_);
+  CountUnsent(0);
 }
 
 bool ServerConnection::Watch() {
@@ -83,7 +77,7 @@ void ServerConnection::Flush() {
   if (socket_ < 0) return;
   if (!broken_ && !unsent_.empty()) unsentStart_ += Write(std::span(unsent_).subspan(unsentStart_));
   if (broken_ || unsentStart_ == unsent_.size()) {
-    unsent_.clear();
+    unsent_ = {};  // few clients come here, and not often
     unsentStart_ = 0;
   } else if (unsentStart_ >= kUnsentLow) {
     unsent_.erase(unsent_.begin(), unsent_.begin() + static_cast<std::ptrdiff_t>(unsentStart_));
@@ -94,12 +88,18 @@ void ServerConnection::Flush() {
 
 void ServerConnection::UpdateInterest() {
   const std::size_t size = unsent_.size() - unsentStart_;
-  if (size > kUnsentHigh) overfull_ = true;
-  if (size < kUnsentLow) overfull_ = false;
+  CountUnsent(size);
+  const bool clientOverfull = peer_.share->unsentBytes > kMaxUnsentOfClient;
+  if (size > (clientOverfull ? kUnsentLeast : kUnsentHigh)) overfull_ = true;
+  if (size <= (clientOverfull ? kUnsentLeast : kUnsentLow)) overfull_ = false;
   const std::uint32_t interest = (overfull_ ? 0u : EPOLLIN) | (size > 0 ? EPOLLOUT : 0u);
   if (std::exchange(interest_, interest) == interest) return;
   epoll_event event{interest, {.u64 = id_}};
   epoll_ctl(epoll_, EPOLL_CTL_MOD, socket_, &event);
+}
+
+void ServerConnection::CountUnsent(std::size_t size) {
+  peer_.share->unsentBytes += size - std::exchange(unsentCounted_, size);
 }
 
 void ServerConnection::Close() {
@@ -109,8 +109,9 @@ void ServerConnection::Close() {
   closed_ = true;
   epoll_ctl(epoll_, EPOLL_CTL_DEL, socket_, nullptr);
   close(std::exchange(socket_, -1));
-  unsent_.clear();
+  unsent_ = {};
   unsentStart_ = 0;
+  CountUnsent(0);
   calls.swap(calls_);
   for (const auto& [callId, call] : calls) call->MarkCancelled();
 }

@@ -1,7 +1,8 @@
 // One client connection: its socket, what has been read of it and what could not be written yet, its calls.
 //
 // Sending never waits: what the socket does not take is kept and written by the polling thread when it can. A
-// connection that keeps too much is not read until its client has caught up, so it cannot ask for more.
+// connection that keeps too much, or whose client does over all its connections, is not read until the client has
+// caught up, so it cannot ask for more.
 #pragma once
 
 #include <sys/types.h>
@@ -62,6 +63,7 @@ class ServerConnection {
   std::size_t Write(std::span<const std::byte> bytes);
   void SendLocked(std::span<const std::byte> bytes);
   void UpdateInterest();
+  void CountUnsent(std::size_t size);
 
   const std::uint64_t id_;
   const Peer peer_;
@@ -76,6 +78,7 @@ class ServerConnection {
   std::uint32_t interest_ = 0;
   std::vector<std::byte> unsent_;
   std::size_t unsentStart_ = 0;
+  std::size_t unsentCounted_ = 0;  // in the client's share
   std::map<std::uint32_t, std::shared_ptr<ServerCall>> calls_;
 };
 

@@ -84,6 +84,7 @@ std::shared_ptr<ContextHandle> ContextTable::Find(Association& association, cons
 Use ContextTable::BeginUse(ContextHandle& handle, const std::shared_ptr<Task>& task) {
   std::lock_guard guard(lock_);
   if (Serialized(handle) && handle.users > 0) {
+    if (handle.line.size() >= kMaxLine) return Use::LineFull;
     handle.line.push_back(task);
     return Use::Waiting;
   }
@@ -113,7 +114,8 @@ ContextToken ContextTable::Add(Association& association, const ContextHandleType
                                std::shared_ptr<Task>* rundown) {
   std::lock_guard guard(lock_);
   const std::uint64_t number = nextHandle_++;
-  auto handle = std::make_shared<ContextHandle>(type, MakeToken(number), number, value);
+  auto handle = std::make_shared<ContextHandle>(type, MakeToken(number), number, association.owner.share, value);
+  ++handle->share->handles;
   ++handlesByType_[type.name];
   if (association.connections > 0) {
     association.handles.emplace(number, handle);
@@ -140,6 +142,7 @@ void ContextTable::RundownDone(const ContextHandle& handle) {
 }
 
 void ContextTable::Forget(const ContextHandle& handle) {
+  --handle.share->handles;
   const auto entry = handlesByType_.find(handle.type.name);
   if (--entry->second == 0) handlesByType_.erase(entry);
 }

@@ -14,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/host/rpc/server_peer.h"
@@ -24,12 +25,14 @@ namespace host::rpc {
 
 // Guarded by the table, but for what is const.
 struct ContextHandle {
-  ContextHandle(const ContextHandleType& handleType, ContextToken handleToken, std::uint64_t handleNumber, void* behind)
-      : type(handleType), token(handleToken), number(handleNumber), value(behind) {}
+  ContextHandle(const ContextHandleType& handleType, ContextToken handleToken, std::uint64_t handleNumber,
+                std::shared_ptr<ClientShare> client, void* behind)
+      : type(handleType), token(handleToken), number(handleNumber), share(std::move(client)), value(behind) {}
 
   const ContextHandleType& type;
   const ContextToken token;
   const std::uint64_t number;  // in the order of creation
+  const std::shared_ptr<ClientShare> share;
 
   void* value;
   bool open = true;         // may be named by a client; false once closed or given up to rundown
@@ -49,7 +52,7 @@ struct Association {
 
 using ContextHandles = std::vector<std::shared_ptr<ContextHandle>>;
 
-enum class Use : std::uint8_t { Granted, Waiting };
+enum class Use : std::uint8_t { Granted, Waiting, LineFull };
 
 // Thread safe; its lock is taken last. No task is run by it: what has become ready is handed to the caller.
 class ContextTable {
@@ -66,6 +69,7 @@ class ContextTable {
                                       const ContextHandleType& type);
 
   // Begins a use. Waiting: `task` stands in the handle's line and is answered by a later Leave, already granted.
+  // LineFull: nothing has been done.
   Use BeginUse(ContextHandle& handle, const std::shared_ptr<Task>& task);
   // Ends it. Answers the next call in line or the rundown that was waiting, or null.
   std::shared_ptr<Task> Leave(const std::shared_ptr<ContextHandle>& handle);

@@ -1,5 +1,6 @@
 #include "platform/host/rpc/server_interfaces.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -11,6 +12,12 @@ namespace {
 
 unsigned& CallsOf(ServerInterface& interface, const Procedure& procedure) {
   return interface.callsOf[static_cast<std::size_t>(&procedure - interface.description->procedures.data())];
+}
+
+bool OpensHandle(const Procedure& procedure) {
+  return std::any_of(procedure.parameters.begin(), procedure.parameters.end(), [](const Parameter& parameter) {
+    return parameter.kind == ParameterKind::Context && parameter.direction == Direction::Out;
+  });
 }
 
 }  // namespace
@@ -70,27 +77,35 @@ bool InterfaceTable::Grants(const ServerInterface& interface, const Identity& cl
   return AccessGranted(descriptor, client, GENERIC_ALL);
 }
 
-Admission InterfaceTable::Admit(ServerInterface& interface, const Procedure& procedure) {
+Admission InterfaceTable::Admit(ServerInterface& interface, const Procedure& procedure, ClientShare& client) {
   std::lock_guard guard(lock_);
   if (!interface.registered) return Admission::UnknownInterface;
+  if (client.handles >= kMaxHandlesOfClient && OpensHandle(procedure)) return Admission::TooBusy;
   if (!procedure.asynchronous) {
     if (interface.limitedCalls >= interface.maxCalls) return Admission::TooBusy;
+    if (client.limitedCalls >= CallsOfClient(interface.maxCalls)) return Admission::TooBusy;
     ++interface.limitedCalls;
+    ++client.limitedCalls;
   } else {
+    if (client.asynchronousCalls >= kMaxAsynchronousCallsOfClient) return Admission::TooBusy;
     ++interface.asynchronousCalls;
+    ++client.asynchronousCalls;
   }
   ++interface.openCalls;
   ++CallsOf(interface, procedure);
   return Admission::Admitted;
 }
 
-void InterfaceTable::RoutineEnded(ServerInterface& interface, const Procedure& procedure) {
-  if (!procedure.asynchronous) --interface.limitedCalls;
+void InterfaceTable::RoutineEnded(ServerInterface& interface, const Procedure& procedure, ClientShare& client) {
+  if (procedure.asynchronous) return;
+  --interface.limitedCalls;
+  --client.limitedCalls;
 }
 
-void InterfaceTable::CallEnded(ServerInterface& interface, const Procedure& procedure) {
+void InterfaceTable::CallEnded(ServerInterface& interface, const Procedure& procedure, ClientShare& client) {
   std::lock_guard guard(lock_);
   if (procedure.asynchronous) --interface.asynchronousCalls;
+  if (procedure.asynchronous) --client.asynchronousCalls;
   --CallsOf(interface, procedure);
   if (--interface.openCalls == 0) callsEnded_.notify_all();
 }

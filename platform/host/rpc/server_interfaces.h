@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/host/rpc/client_share.h"
 #include "platform/host/rpc/rpc_types.h"
 #include "platform/host/rpc/stub.h"
 #include "platform/host/security/sddl.h"
@@ -46,11 +47,11 @@ class InterfaceTable {
   // Whether the descriptor of an interface on the air lets `client` call it.
   bool Grants(const ServerInterface& interface, const Identity& client) const;
 
-  // Every admitted call counts towards the limit until RoutineEnded, which comes before its client may know the
-  // outcome, and ends with CallEnded.
-  Admission Admit(ServerInterface& interface, const Procedure& procedure);
-  void RoutineEnded(ServerInterface& interface, const Procedure& procedure);
-  void CallEnded(ServerInterface& interface, const Procedure& procedure);
+  // Every admitted call counts towards the limit, and towards its client's share of it, until RoutineEnded, which comes
+  // before its client may know the outcome, and ends with CallEnded.
+  Admission Admit(ServerInterface& interface, const Procedure& procedure, ClientShare& client);
+  void RoutineEnded(ServerInterface& interface, const Procedure& procedure, ClientShare& client);
+  void CallEnded(ServerInterface& interface, const Procedure& procedure, ClientShare& client);
 
   unsigned OpenCalls() const;
   unsigned AsynchronousCalls() const;  // those of them that are asynchronous

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/host/rpc/client_share.h"
+
 namespace host::rpc {
 
 namespace {
@@ -51,6 +53,10 @@ std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const Identity&
     const SyntaxId& syntax = ndr64 ? kNdr64Syntax : kNdrSyntax;
     if (!Offers(element, syntax)) {
       results.push_back(Rejected(kReasonTransferSyntaxes));
+      continue;
+    }
+    if (contexts.size() >= kMaxPresentationContexts && contexts.count(element.id) == 0) {
+      results.push_back(Rejected(kReasonLocalLimit));
       continue;
     }
     contexts[element.id] = {interface, ndr64 ? Syntax::Ndr64 : Syntax::Ndr, interfaces.Grants(*interface, client)};

@@ -75,7 +75,7 @@ std::optional<Peer> LookUpPeer(int socket) {
   const bool ended = HasEnded(process);
   close(process);
   if (ended || token == nullptr || before == 0 || before != after) return std::nullopt;
-  return Peer{credentials.pid, credentials.uid, after, std::move(token)};
+  return Peer{.pid = credentials.pid, .user = credentials.uid, .startTime = after, .token = std::move(token)};
 }
 
 }  // namespace host::rpc

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "platform/host/identity/token_facts.h"
+#include "platform/host/rpc/client_share.h"
 
 namespace host::rpc {
 
@@ -17,6 +18,7 @@ struct Peer {
   uid_t user = 0;
   std::uint64_t startTime = 0;
   std::shared_ptr<const TokenFacts> token;  // as it was when the connection was accepted
+  std::shared_ptr<ClientShare> share = std::make_shared<ClientShare>();
 
   bool SameProcess(const Peer& other) const { return pid == other.pid && startTime == other.startTime; }
 };

@@ -1,9 +1,11 @@
 #include "platform/host/rpc/server_runtime.h"
 
 #include <sys/epoll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -20,8 +22,8 @@ constexpr int kEventsAtOnce = 64;
 constexpr int kAcceptsAtOnce = 16;
 // How many tasks may go by before the sockets are looked at again.
 constexpr unsigned kTasksPerPoll = 32;
-// How often accepting is tried again when the process has run out of file descriptors, in milliseconds.
-constexpr int kAcceptRetry = 500;
+// How long accepting rests when the process has run out of file descriptors.
+constexpr std::chrono::milliseconds kAcceptRetry{500};
 constexpr int kForever = -1;
 
 void WatchFor(int epoll, int operation, int descriptor, std::uint64_t id, std::uint32_t events) {
@@ -31,6 +33,12 @@ void WatchFor(int epoll, int operation, int descriptor, std::uint64_t id, std::u
 
 bool OutOfDescriptors(int error) {
   return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+unsigned ConnectionsOfClient() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return kMaxConnectionsOfClient;
+  return static_cast<unsigned>(std::min<rlim_t>(kMaxConnectionsOfClient, limit.rlim_cur / 4 * 3));
 }
 
 }  // namespace
@@ -111,7 +119,7 @@ std::shared_ptr<Task> ServerRuntime::Next() {
     if (!withInput_.empty()) return NextFromSessions();
   }
   sincePoll_ = 0;
-  const int whenIdle = acceptingPaused_ ? kAcceptRetry : kForever;
+  const int whenIdle = acceptingPaused_ ? static_cast<int>(kAcceptRetry.count()) : kForever;
   Poll(withInput_.empty() && !posted_.Any() ? whenIdle : 0);
   return nullptr;
 }
@@ -143,6 +151,7 @@ std::shared_ptr<Task> ServerRuntime::End(ServerSession& session) {
     std::lock_guard guard(lock_);
     const auto found = sessions_.find(session.connection().id());
     if (found == sessions_.end()) return rundown;
+    --session.connection().peer().share->connections;
     ended = std::move(found->second);
     sessions_.erase(found);
   }
@@ -158,7 +167,7 @@ std::shared_ptr<ServerSession> ServerRuntime::FindSession(std::uint64_t id) cons
 void ServerRuntime::Poll(int timeout) {
   epoll_event events[kEventsAtOnce];
   const int count = epoll_wait(epoll_, events, kEventsAtOnce, timeout);
-  if (count == 0 && acceptingPaused_) PauseAccepting(false);
+  if (acceptingPaused_ && std::chrono::steady_clock::now() >= acceptAgain_) PauseAccepting(false);
   for (int i = 0; i < count; ++i) HandleEvent(events[i].data.u64, events[i].events);
 }
 
@@ -202,14 +211,16 @@ void ServerRuntime::AcceptFrom(std::uint64_t listener) {
 // The one place where a connection is admitted: its client is looked up here, and never again. A client that the
 // endpoint's descriptor keeps out is heard once, for an answer that tells it so.
 void ServerRuntime::AcceptOne(int socket, const ServerEndpoint& endpoint) {
-  const auto peer = LookUpPeer(socket);
-  if (!peer) {
+  auto peer = LookUpPeer(socket);
+  if (peer) peer->share = shares_.Of(peer->pid, peer->startTime);
+  if (!peer || peer->share->connections >= ConnectionsOfClient()) {
     close(socket);
     return;
   }
   const bool admitted = AccessGranted(endpoint.descriptor, IdentityOf(*peer->token), GENERIC_ALL);
   auto connection = std::make_shared<ServerConnection>(TakeId(), socket, *peer, epoll_);
   if (!connection->Watch()) return;
+  ++peer->share->connections;
   std::lock_guard guard(lock_);
   sessions_.emplace(connection->id(), std::make_shared<ServerSession>(tables_, connection, endpoint.name, admitted));
 }
@@ -222,6 +233,7 @@ std::uint64_t ServerRuntime::TakeId() {
 // A listening socket that cannot be accepted from would report itself without end.
 void ServerRuntime::PauseAccepting(bool pause) {
   acceptingPaused_ = pause;
+  acceptAgain_ = std::chrono::steady_clock::now() + kAcceptRetry;
   std::lock_guard guard(lock_);
   for (const auto& [id, endpoint] : endpoints_) {
     WatchFor(epoll_, EPOLL_CTL_MOD, endpoint.socket, id, pause ? 0u : EPOLLIN);

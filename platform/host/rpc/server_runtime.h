@@ -5,6 +5,7 @@
 // runtime may be made with the product's own locks held, RpcServerUnregisterIf with waiting excepted.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -15,6 +16,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/host/rpc/client_share.h"
 #include "platform/host/rpc/server_contexts.h"
 #include "platform/host/rpc/server_endpoint.h"
 #include "platform/host/rpc/server_interfaces.h"
@@ -74,6 +76,8 @@ class ServerRuntime final : public TaskSource {
   std::deque<std::shared_ptr<ServerSession>> withInput_;
   unsigned sincePoll_ = 0;        // tasks answered
   bool acceptingPaused_ = false;  // out of file descriptors
+  std::chrono::steady_clock::time_point acceptAgain_;
+  ClientShares shares_;
 
   mutable std::mutex lock_;  // guards all below, of a session only its being there
   std::condition_variable listenEnds_;

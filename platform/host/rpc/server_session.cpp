@@ -91,6 +91,7 @@ void ServerSession::Bind(const PduHeader& header, std::span<const std::byte> pdu
   if (const auto error = ParseBind(header, pdu, bind)) return Answer(header, error);
   // One bind opens a connection, and nothing else does.
   if (first == (association_ != nullptr)) return Nak(header.callId, kNakReasonNotSpecified);
+  if (bind.contexts.size() > kMaxPresentationContexts) return Nak(header.callId, kNakLocalLimitExceeded);
   if (first && !JoinAssociation(bind)) return Nak(header.callId, kNakReasonNotSpecified);
   BindAckPdu ack;
   ack.maxTransmit = maxFragment_;
@@ -122,21 +123,26 @@ std::shared_ptr<Task> ServerSession::Fragment(const PduHeader& header, std::span
 }
 
 std::shared_ptr<Task> ServerSession::Assemble(const PduHeader& header, const RequestPdu& request) {
+  const auto& share = connection_->peer().share;
+  const bool tooMuch = share->requestBytes + request.stub.size() > kMaxRequestBytesOfClient;
   Message whole;
-  switch (partials_.Add(header, request.contextId, request.procedure, request.stub, whole)) {
+  const auto outcome = partials_.Add(header, request.contextId, request.procedure, request.stub, whole);
+  partialBytes_.Set(partials_.Bytes());
+  switch (tooMuch ? Reassembly::Outcome::TooLarge : outcome) {
     case Reassembly::Outcome::Incomplete:
       return nullptr;
     case Reassembly::Outcome::Complete:
-      return Request(header.callId, whole.contextId, whole.procedure, whole.stub);
+      return Request(header.callId, whole.contextId, whole.procedure, whole.stub,
+                     std::make_unique<HeldBytes>(share, whole.stub.size()));
     default:
-      Fault(header.callId, request.contextId, kFaultProtocolError);
+      Fault(header.callId, request.contextId, tooMuch ? kFaultServerTooBusy : kFaultProtocolError);
       over_ = true;
       return nullptr;
   }
 }
 
 std::shared_ptr<Task> ServerSession::Request(std::uint32_t callId, std::uint16_t contextId, std::uint16_t procedure,
-                                             std::span<const std::byte> stub) {
+                                             std::span<const std::byte> stub, std::unique_ptr<HeldBytes> held) {
   const auto context = contexts_.find(contextId);
   if (context == contexts_.end()) {
     Fault(callId, contextId, kFaultBadPresentationContext);
@@ -159,7 +165,8 @@ std::shared_ptr<Task> ServerSession::Request(std::uint32_t callId, std::uint16_t
                         callId,
                         contextId,
                         maxFragment_,
-                        {}};
+                        {},
+                        std::move(held)};
   if (const auto fault = ReadRequest(*request.procedure, request.syntax, stub, request.call)) {
     Fault(callId, contextId, fault);
     return nullptr;
@@ -173,7 +180,7 @@ std::shared_ptr<Task> ServerSession::Start(ServerRequest request) {
     over_ = true;  // a number in use: neither reply could be told from the other
     return nullptr;
   }
-  switch (tables_.interfaces.Admit(*request.interface, *request.procedure)) {
+  switch (tables_.interfaces.Admit(*request.interface, *request.procedure, *connection_->peer().share)) {
     case Admission::UnknownInterface:
       Fault(callId, request.presentationContext, kFaultUnknownInterface);
       return nullptr;
@@ -201,6 +208,7 @@ void ServerSession::Fault(std::uint32_t callId, std::uint16_t contextId, std::ui
 
 void ServerSession::Cancel(std::uint32_t callId, bool orphaned) {
   if (orphaned) partials_.Drop(callId);
+  partialBytes_.Set(partials_.Bytes());
   const auto call = connection_->FindCall(callId);
   if (call && orphaned) call->MarkOrphaned();
   if (call && !orphaned) call->MarkCancelled();

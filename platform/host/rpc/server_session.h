@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/host/rpc/client_share.h"
 #include "platform/host/rpc/pdu.h"
 #include "platform/host/rpc/pdu_build.h"
 #include "platform/host/rpc/pdu_stream.h"
@@ -14,9 +15,6 @@
 #include "platform/host/rpc/server_negotiation.h"
 
 namespace host::rpc {
-
-// What one client may have in fragments of unfinished requests.
-inline constexpr Reassembly::Limits kPartialLimits{1u << 20, 4};
 
 class ServerSession {
  public:
@@ -53,7 +51,7 @@ class ServerSession {
   std::shared_ptr<Task> Fragment(const PduHeader& header, std::span<const std::byte> pdu);
   std::shared_ptr<Task> Assemble(const PduHeader& header, const RequestPdu& request);
   std::shared_ptr<Task> Request(std::uint32_t callId, std::uint16_t contextId, std::uint16_t procedure,
-                                std::span<const std::byte> stub);
+                                std::span<const std::byte> stub, std::unique_ptr<HeldBytes> held = nullptr);
   std::shared_ptr<Task> Start(ServerRequest request);
   void Fault(std::uint32_t callId, std::uint16_t contextId, std::uint32_t status);
   void Cancel(std::uint32_t callId, bool orphaned);
@@ -66,7 +64,8 @@ class ServerSession {
   PresentationContexts contexts_;
   std::uint16_t maxFragment_ = kMinFragment;
   PduStream stream_;
-  Reassembly partials_{kPartialLimits};
+  Reassembly partials_{{kMaxRequestBytes, kMaxOpenRequests}};
+  HeldBytes partialBytes_{connection_->peer().share};
   bool inputEnded_ = false;
   bool drained_ = false;  // no whole PDU is left in stream_
   bool over_ = false;

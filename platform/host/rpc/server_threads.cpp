@@ -1,5 +1,6 @@
 #include "platform/host/rpc/server_threads.h"
 
+#include <sched.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
@@ -14,6 +15,12 @@ namespace {
 // How long a task may hold up the polling. Shorter while others last already: they tend to come in flocks.
 constexpr std::chrono::microseconds kTick{1000};
 constexpr std::chrono::microseconds kBusyTick{200};
+
+// What a routine starts is not to inherit it. Where the system refuses, the thread does its work all the same.
+void BecomeBatchThread() {
+  const sched_param priority{};
+  sched_setscheduler(0, SCHED_BATCH | SCHED_RESET_ON_FORK, &priority);
+}
 
 }  // namespace
 
@@ -62,21 +69,21 @@ bool CallThreads::AddThread() {
 }
 
 void CallThreads::ThreadMain() {
+  BecomeBatchThread();
   {
     std::lock_guard guard(lock_);
     --starting_;
   }
-  std::uint64_t turn = 0;
-  while (AwaitTurn(&turn)) {
+  while (AwaitTurn()) {
     bool holding = true;
     while (holding) {
       auto task = source_.Next();
-      if (task) holding = RunTasks(std::move(task), turn);
+      if (task) holding = RunTasks(std::move(task));
     }
   }
 }
 
-bool CallThreads::AwaitTurn(std::uint64_t* turn) {
+bool CallThreads::AwaitTurn() {
   std::unique_lock guard(lock_);
   while (!vacant_) {
     ++idle_;
@@ -88,39 +95,35 @@ bool CallThreads::AwaitTurn(std::uint64_t* turn) {
     }
   }
   vacant_ = false;
-  *turn = turn_;
   return true;
 }
 
 // Runs a task and what follows from it. True when the thread still holds the turn after that.
-bool CallThreads::RunTasks(std::shared_ptr<Task> task, std::uint64_t turn) {
+bool CallThreads::RunTasks(std::shared_ptr<Task> task) {
   bool holding = true;
   while (task) {
-    if (BeginRun(turn)) ArmWatch(kTick);
+    const std::uint64_t run = holding ? BeginRun() : 0;
     task = task->Run();
-    holding = EndRun(turn, task == nullptr);
+    holding = holding && EndRun(run);
   }
-  return holding;
-}
-
-// True when the watch has to be armed. Nothing to do for a thread that has lost its turn.
-bool CallThreads::BeginRun(std::uint64_t turn) {
+  if (holding) return true;
   std::lock_guard guard(lock_);
-  if (turn != turn_) return false;
-  running_ = true;
-  ++runs_;
-  return !std::exchange(watching_, true);
-}
-
-// True when the thread still holds the turn. `last`: nothing follows from the task.
-bool CallThreads::EndRun(std::uint64_t turn, bool last) {
-  std::lock_guard guard(lock_);
-  if (turn == turn_) {
-    running_ = false;
-    return true;
-  }
-  if (last) --detached_;
+  --detached_;
   return false;
+}
+
+// The watch is looked at after the run is shown, and EndWatch does both the other way round: one of them sees the
+// other.
+std::uint64_t CallThreads::BeginRun() {
+  const std::uint64_t run = run_.load(std::memory_order_relaxed) + 1;
+  run_ = run;
+  if (!watching_ && !watching_.exchange(true)) ArmWatch(kTick);
+  return run;
+}
+
+// True when the thread still holds the turn.
+bool CallThreads::EndRun(std::uint64_t run) {
+  return run_.compare_exchange_strong(run, run + 1);
 }
 
 void CallThreads::WatchMain() {
@@ -138,20 +141,26 @@ void CallThreads::WatchMain() {
 // True when the watch goes on: a task runs, one has run since the last tick, or the turn still waits for a thread.
 bool CallThreads::Tick() {
   std::lock_guard guard(lock_);
-  const bool sameTask = runs_ == runsSeen_;
-  runsSeen_ = runs_;
-  if (running_ && sameTask) HandTurnOver();
+  const std::uint64_t run = run_;
+  const bool running = run % 2 != 0;
+  const bool sameTask = std::exchange(runSeen_, run) == run;
+  if (running && sameTask) HandTurnOver(run);
   if (vacant_ && idle_ + starting_ == 0) AddThread();
-  watching_ = running_ || vacant_ || !sameTask;
-  return watching_;
+  return running || vacant_ || !sameTask || !EndWatch(run);
 }
 
-void CallThreads::HandTurnOver() {
-  ++turn_;
+// Nothing happens when the task has just ended.
+void CallThreads::HandTurnOver(std::uint64_t run) {
+  if (!run_.compare_exchange_strong(run, run + 1)) return;
   ++detached_;
-  running_ = false;
   vacant_ = true;
   turnVacant_.notify_one();
+}
+
+// False when a task has begun after `run` and relies on the watch.
+bool CallThreads::EndWatch(std::uint64_t run) {
+  watching_ = false;
+  return run_ == run || watching_.exchange(true);
 }
 
 void CallThreads::ArmWatch(std::chrono::microseconds tick) {

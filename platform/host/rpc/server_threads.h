@@ -4,8 +4,12 @@
 // costs no hand-over. While tasks run, a timer looks once a tick whether the same task is still running; then the
 // turn is vacant and an idle thread, or a new one, takes it. The thread that lost it finishes its task and becomes
 // idle. Idle threads end after a while, all but one.
+//
+// They are scheduled as batch threads: a request that comes in does not interrupt whoever runs, such as the thread that
+// hands an event to a hundred clients, or the client that is about to send its next request.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -53,27 +57,29 @@ class CallThreads {
   bool StartWatch();
   bool AddThread();
   void ThreadMain();
-  bool AwaitTurn(std::uint64_t* turn);
-  bool RunTasks(std::shared_ptr<Task> task, std::uint64_t turn);
-  bool BeginRun(std::uint64_t turn);
-  bool EndRun(std::uint64_t turn, bool last);
+  bool AwaitTurn();
+  bool RunTasks(std::shared_ptr<Task> task);
+  std::uint64_t BeginRun();
+  bool EndRun(std::uint64_t run);
   void WatchMain();
   bool Tick();
-  void HandTurnOver();
+  void HandTurnOver(std::uint64_t run);
+  bool EndWatch(std::uint64_t run);
   void ArmWatch(std::chrono::microseconds tick);
 
   TaskSource& source_;
   int timer_ = -1;
 
+  // Counted up when a task begins under the turn and when it ends: odd while the holder runs one. Changed by the holder
+  // alone, but that the watch ends the run of a task that lasts, and takes the turn away by that.
+  std::atomic<std::uint64_t> run_{0};
+  std::atomic<bool> watching_{false};  // the timer is armed
+
   mutable std::mutex lock_;  // guards all below; no other lock is taken under it
   std::condition_variable turnVacant_;
   std::chrono::milliseconds linger_{5000};
-  std::uint64_t turn_ = 1;      // changes hands by being counted up
-  bool vacant_ = true;          // nobody holds the turn
-  bool running_ = false;        // the holder of the turn runs a task
-  bool watching_ = false;       // the timer is armed
-  std::uint64_t runs_ = 0;      // tasks begun under the turn
-  std::uint64_t runsSeen_ = 0;  // runs_ at the last tick
+  bool vacant_ = true;         // nobody holds the turn
+  std::uint64_t runSeen_ = 0;  // run_ at the last tick
   unsigned threads_ = 0;
   unsigned idle_ = 0;
   unsigned starting_ = 0;  // threads made that have not asked for the turn yet

@@ -31,14 +31,20 @@ start_wine() {
   timeout 300 "$WINE" wineboot -i >/dev/null 2>&1 || fail "Wine could not make its prefix"
   # For its first minute a new prefix starts no service on demand, and all that asks for one waits; booted anew it does.
   end_wine_programs
+  # Otherwise it ends whenever no program runs, and a case that begins at that moment finds it gone.
+  wine_server -p || fail "Wine's server does not start"
 }
 
-end_wine_programs() {
+# wine_server OPTIONS...: the first of the places where it may be.
+wine_server() {
   local server
   for server in "$(dirname "$(readlink -f "$WINE")")/wineserver" wineserver /usr/lib/wine/wineserver; do
-    command -v "$server" >/dev/null && timeout 30 "$server" -k -w >/dev/null 2>&1 && break
+    command -v "$server" >/dev/null && timeout 30 "$server" "$@" >/dev/null 2>&1 && return
   done
+  return 1
 }
+
+end_wine_programs() { wine_server -k -w; }
 
 stop_wine() {
   end_wine_programs

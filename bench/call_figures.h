@@ -11,6 +11,6 @@ namespace bench {
 
 // All figures, `sessions` being how many are open when the size of one is taken. `service` and the raw server serve in
 // the machine of this process. Ends the program when a client is not answered as it should be.
-std::vector<Figure> MeasureCalls(const Measurement& measurement, unsigned sessions, ServerProcess& service);
+std::vector<Figure> MeasureCalls(const Measurement& measurement, unsigned sessions, const ServerProcess& service);
 
 }  // namespace bench

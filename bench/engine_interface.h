@@ -1,5 +1,6 @@
-// An interface for measurements alone: a handle, and a call on it whose request and reply are as long as those of
-// Hkd04a7Rpc_Device_CallFuncMethod and whose routine does nothing. What it costs is the RPC runtime's share.
+// An interface for measurements alone: a handle, and a call on it that takes four words and gives one and the result,
+// so its request has 60 bytes and its reply 32. The routine does next to nothing: what a call costs is the RPC
+// runtime's share.
 #pragma once
 
 #include "bench/prepared_calls.h"

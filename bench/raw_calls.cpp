@@ -30,7 +30,7 @@ bool AnswerOne(int socket) {
 
 }  // namespace
 
-int ListenForRawCalls(const std::string& socketPath) {
+int ListenForRawClients(const std::string& socketPath) {
   return host::ListenUnixSocket(socketPath, kBacklog);
 }
 

@@ -8,7 +8,7 @@
 namespace bench {
 
 // Listens at `socketPath`; -1 with errno when it cannot.
-int ListenForRawCalls(const std::string& socketPath);
+int ListenForRawClients(const std::string& socketPath);
 
 // Serves `listener` until a client misbehaves in a way that none of ours does; the process's exit code.
 int ServeRawCalls(int listener);

@@ -34,7 +34,7 @@ pid_t Spawn(const char* role, int input, int output) {
 
 }  // namespace
 
-ServerProcess::ServerProcess(const char* role) {
+ServerProcess::ServerProcess(const char* role) : role_(role), control_(ControlOf(role)) {
   int input[2] = {-1, -1};
   int output[2] = {-1, -1};
   if (pipe2(input, O_CLOEXEC) == 0 && pipe2(output, O_CLOEXEC) == 0) process_ = Spawn(role, input[0], output[1]);
@@ -42,7 +42,7 @@ ServerProcess::ServerProcess(const char* role) {
   close(output[1]);
   orders_ = input[1];
   answers_ = output[0];
-  if (process_ > 0 && AwaitAnswer()) return;
+  if (process_ > 0 && Answers()) return;
   std::fprintf(stderr, "the server %s does not serve\n", role);
   std::exit(1);
 }
@@ -54,13 +54,26 @@ ServerProcess::~ServerProcess() {
   close(answers_);
 }
 
-bool ServerProcess::AwaitAnswer() {
+bool ServerProcess::Answers() const {
   char answer = kNo;
   return read(answers_, &answer, 1) == 1 && answer == kYes;
 }
 
-bool ServerProcess::AwaitIdle() {
-  return write(orders_, &kAwaitIdle, 1) == 1 && AwaitAnswer();
+void ServerProcess::Order(char order) const {
+  if (write(orders_, &order, 1) == 1) return;
+  std::fprintf(stderr, "the server %s takes no order\n", role_);
+  std::exit(1);
+}
+
+void ServerProcess::AwaitAnswer() const {
+  if (Answers()) return;
+  std::fprintf(stderr, "the server %s could not do what it was told\n", role_);
+  std::exit(1);
+}
+
+void ServerProcess::AwaitIdle() const {
+  Order(kAwaitIdle);
+  AwaitAnswer();
 }
 
 std::size_t ServerProcess::ResidentBytes() const {

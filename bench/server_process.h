@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <string>
 
+#include "bench/event_control.h"
+
 namespace bench {
 
 class ServerProcess {
@@ -17,15 +19,25 @@ class ServerProcess {
   ServerProcess(const ServerProcess&) = delete;
   ServerProcess& operator=(const ServerProcess&) = delete;
 
-  // Waits until the RPC server holds no connection and no context handle; false when that does not come.
-  bool AwaitIdle();
+  // One of the orders of server_roles.h, whose answer is left to AwaitAnswer. Both end the program when the server has
+  // gone, or answers that it could not.
+  void Order(char order) const;
+  void AwaitAnswer() const;
+
+  // Waits until the server holds no connection and no context handle.
+  void AwaitIdle() const;
+
+  // What it shares with its clients.
+  EventControl& Control() const { return control_; }
 
   // Its resident size.
   std::size_t ResidentBytes() const;
 
  private:
-  bool AwaitAnswer();
+  bool Answers() const;
 
+  const char* const role_;
+  EventControl& control_;
   pid_t process_ = -1;
   int orders_ = -1;   // its standard input
   int answers_ = -1;  // its standard output

@@ -71,7 +71,7 @@ std::vector<CallingClient> ConnectSessions(const SessionInterface& interface, un
 std::vector<CallingClient> ConnectRaw(unsigned count) {
   std::vector<CallingClient> clients;
   for (unsigned i = 0; i < count; ++i) {
-    clients.push_back(ConnectRawClient(RawSocketPath()));
+    clients.push_back(ConnectRawClient(RawCallsPath()));
     if (clients.back().socket < 0) GiveUp("connect to the raw server");
   }
   return clients;

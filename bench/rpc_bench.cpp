@@ -1,7 +1,7 @@
 // What calls, sessions and events of the RPC server cost, measured beside what the sockets alone allow. All processes
 // run on one processor unless told otherwise.
 #include <CLI/CLI.hpp>
-#include <iterator>
+#include <utility>
 
 #include "bench/call_figures.h"
 #include "bench/event_figures.h"
@@ -12,20 +12,29 @@
 
 namespace {
 
-std::vector<bench::Figure> Measure(const bench::Measurement& measurement, unsigned many, bool calls, bool events) {
+using Figures = std::vector<bench::Figure>;
+
+// Each part has a server of its own: what a subscription or a session adds to its size shows only in a fresh one.
+Figures Events(const bench::Measurement& measurement, unsigned many) {
   const bench::ServerProcess service(bench::kRpcRole);
-  std::vector<bench::Figure> figures;
-  const auto append = [&](std::vector<bench::Figure> more) {
-    figures.insert(figures.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
-  };
-  if (events) {
-    append({bench::MeasureSubscriptionSize(many, service)});
-    append(bench::MeasureEvents(measurement, many, service, bench::ServerProcess(bench::kRawEventsRole)));
+  const bench::ServerProcess raw(bench::kRawEventsRole);
+  Figures figures{bench::MeasureSubscriptionSize(many, service)};
+  for (bench::Figure& figure : bench::MeasureEvents(measurement, many, service, raw)) {
+    figures.push_back(std::move(figure));
   }
-  if (calls) {
-    const bench::ServerProcess raw(bench::kRawCallsRole);
-    append(bench::MeasureCalls(measurement, many, service));
-  }
+  return figures;
+}
+
+Figures Calls(const bench::Measurement& measurement, unsigned many) {
+  const bench::ServerProcess service(bench::kRpcRole);
+  const bench::ServerProcess raw(bench::kRawCallsRole);
+  return bench::MeasureCalls(measurement, many, service);
+}
+
+Figures Measure(const bench::Measurement& measurement, unsigned many, bool calls, bool events) {
+  Figures figures = calls ? Calls(measurement, many) : Figures{};
+  if (!events) return figures;
+  for (bench::Figure& figure : Events(measurement, many)) figures.push_back(std::move(figure));
   return figures;
 }
 

@@ -25,6 +25,7 @@ class HKD_ANNOTATE(capability("mutex")) Mutex {
   Mutex& operator=(const Mutex&) = delete;
 
   void Lock() HKD_ANNOTATE(acquire_capability()) { mutex_.lock(); }
+  bool TryLock() HKD_ANNOTATE(try_acquire_capability(true)) { return mutex_.try_lock(); }
   void Unlock() HKD_ANNOTATE(release_capability()) { mutex_.unlock(); }
 
  private:

@@ -20,7 +20,7 @@ json ReadFigures(const json& answer) {
   for (const char* name : {"connections", "associations", "openCalls", "pendingCalls", "threads", "unsentBytes"}) {
     figures[name] = answer.at(name).get<std::uint64_t>();
   }
-  for (const char* name : {"handles", "calls"}) {
+  for (const char* name : {"handles", "calls", "queues"}) {
     figures[name] = answer.at(name).get<std::map<std::string, std::uint64_t>>();
   }
   return figures;

@@ -18,7 +18,8 @@ namespace machine {
 class RpcSurvey {
  public:
   // One row a process: {"pid","answering"}, and when it answered "connections", "associations", "openCalls",
-  // "pendingCalls", "threads", "unsentBytes", "handles" {type: number} and "calls" {procedure: number}.
+  // "pendingCalls", "threads", "unsentBytes", "handles" {type: number}, "calls" {procedure: number} and "queues"
+  // {"events", "longest": number}, which is empty where the process has none or cannot say at the moment.
   using Done = std::function<void(const nlohmann::json& rows)>;
 
   RpcSurvey(Loop& loop, const EndpointMap& endpoints, const ControlServer& server);

@@ -55,6 +55,11 @@ DWORD CRpcEventNotify::NotifyCore(const Hkd04a7Rpc_EventRecord& record) {
   return 0;
 }
 
+std::size_t CRpcEventNotify::QueuedEvents() {
+  const MutexLock hold(lock);
+  return queue.size();
+}
+
 DWORD CRpcEventNotify::CancelWait() {
   const MutexLock hold(lock);
   return CancelPending();

@@ -1,6 +1,7 @@
 // One subscription: a queue of events and at most one asynchronous wait.
 #pragma once
 
+#include <cstddef>
 #include <deque>
 
 #include "common/mutex.h"
@@ -35,6 +36,9 @@ class CRpcEventNotify {
   // Hands an event to the pending wait (0) or to the queue (1). Throws std::bad_alloc when the queue cannot grow; the
   // subscription is then as it was.
   DWORD NotifyCore(const Hkd04a7Rpc_EventRecord& record) HKD_EXCLUDES(lock);
+
+  // How many events wait to be asked for.
+  std::size_t QueuedEvents() HKD_EXCLUDES(lock);
 
   // Ends the pending wait: 0 when one was completed, 1 when there was none or it was dropped.
   DWORD CancelWait() HKD_EXCLUDES(lock);

@@ -51,6 +51,18 @@ void DeliverToSubscriptions(const Hkd04a7Rpc_EventRecord& record) {
   }
 }
 
+bool TryMeasureQueues(RpcEventQueues* queues) {
+  if (!g_RpcEventNotifyListLock.TryLock()) return false;
+  *queues = {};
+  for (const auto& subscription : g_RpcEventNotifyList) {
+    const std::size_t events = subscription->QueuedEvents();
+    queues->events += events;
+    queues->longest = std::max(queues->longest, events);
+  }
+  g_RpcEventNotifyListLock.Unlock();
+  return true;
+}
+
 void AcceptWaitsOfNewSubscriptions() {
   const MutexLock hold(g_RpcEventNotifyListLock);
   g_acceptingWaits = true;

@@ -1,6 +1,7 @@
 // The process-wide list of live subscriptions.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -25,6 +26,16 @@ void RemoveFromRpcEventNotifyList(const CRpcEventNotify* subscription) HKD_EXCLU
 // Hands an event to every subscription in list order. A subscription that cannot keep it is logged; the next one still
 // receives it.
 void DeliverToSubscriptions(const Hkd04a7Rpc_EventRecord& record) HKD_EXCLUDES(g_RpcEventNotifyListLock);
+
+// What the subscriptions keep for clients that have not asked for it yet. Queues have no bound, so somebody has to be
+// able to see them.
+struct RpcEventQueues {
+  std::size_t events = 0;   // in all queues
+  std::size_t longest = 0;  // in one of them
+};
+
+// Never waits for the list: false, and nothing measured, while an event is delivered or the service stops.
+bool TryMeasureQueues(RpcEventQueues* queues) HKD_EXCLUDES(g_RpcEventNotifyListLock);
 
 // For the start: subscriptions made from now on accept waits.
 void AcceptWaitsOfNewSubscriptions() HKD_EXCLUDES(g_RpcEventNotifyListLock);

@@ -24,6 +24,13 @@ std::string HandlesText(Numbers handles) {
   return text;
 }
 
+// A queue is the subscriber's own, and has no bound: how far the last one is behind.
+std::string QueuesText(Numbers queues) {
+  if (queues.empty()) return "";
+  const std::string longest = queues["longest"] == queues["events"] ? "" : std::to_string(queues["longest"]);
+  return ", " + Count(queues["events"], "queued event") + (longest.empty() ? "" : " (at most " + longest + " in one)");
+}
+
 std::string HoldersText(const Numbers& calls) {
   std::string text;
   for (const auto& [procedure, number] : calls)
@@ -40,9 +47,9 @@ std::string RpcServerText(const json& server, bool stopPending) {
   const std::uint64_t waits = figure("pendingCalls");
   const std::uint64_t calls = figure("openCalls");
   return process + Count(figure("connections"), "connection") + ", " + HandlesText(server.value("handles", Numbers())) +
-         ", " + Count(calls > waits ? calls - waits : 0, "call") + " running, " + Count(waits, "wait") + " pending, " +
-         Count(figure("unsentBytes"), "unsent byte") + ", " + Count(figure("threads"), "thread") +
-         (stopPending ? HoldersText(server.value("calls", Numbers())) : "");
+         QueuesText(server.value("queues", Numbers())) + ", " + Count(calls > waits ? calls - waits : 0, "call") +
+         " running, " + Count(waits, "wait") + " pending, " + Count(figure("unsentBytes"), "unsent byte") + ", " +
+         Count(figure("threads"), "thread") + (stopPending ? HoldersText(server.value("calls", Numbers())) : "");
 }
 
 }  // namespace tool

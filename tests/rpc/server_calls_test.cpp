@@ -5,6 +5,7 @@
 #include <new>
 #include <thread>
 
+#include "platform/host/rpc/server_interfaces.h"
 #include "platform/host/rpc/server_status.h"
 #include "tests/rpc/server_fixture.h"
 
@@ -130,6 +131,31 @@ TEST_F(ServerCalls, AboveTheLimitTheServerIsTooBusyButWaitsAreTaken) {
   for (std::uint32_t i = 0; i < kAtOnce; ++i) ASSERT_TRUE(client.Receive());
   EXPECT_EQ(client.Work(3).number, 3u);
   EXPECT_EQ(server_.mostRunning, static_cast<int>(kAtOnce));
+}
+
+TEST_F(ServerCalls, AClientLeavesOthersTheirPart) {
+  host::rpc::InterfaceTable table;
+  ASSERT_EQ(table.Register(kTestInterface, 9, ""), RPC_S_OK);
+  auto& interface = *table.Find(kTestInterface.uuid, 1, 0);
+  host::rpc::ClientShare greedy, modest;
+  const auto admitted = [&](host::rpc::ClientShare& client, TestProcedure procedure) {
+    return table.Admit(interface, kTestInterface.procedures[procedure], client) == host::rpc::Admission::Admitted;
+  };
+  for (int i = 0; i < 5; ++i) EXPECT_TRUE(admitted(greedy, kWork));
+  EXPECT_FALSE(admitted(greedy, kWork)) << "more than half";
+  for (int i = 0; i < 4; ++i) EXPECT_TRUE(admitted(modest, kWork));
+  EXPECT_FALSE(admitted(modest, kWork)) << "all are taken";
+  table.RoutineEnded(interface, kTestInterface.procedures[kWork], greedy);
+  EXPECT_TRUE(admitted(modest, kWork));
+  EXPECT_FALSE(admitted(greedy, kWork)) << "all are taken";
+  table.RoutineEnded(interface, kTestInterface.procedures[kWork], modest);
+  greedy.handles = host::rpc::kMaxHandlesOfClient;
+  EXPECT_FALSE(admitted(greedy, kOpenSession));
+  EXPECT_TRUE(admitted(greedy, kUseSession));
+  greedy.asynchronousCalls = host::rpc::kMaxAsynchronousCallsOfClient - 1;
+  EXPECT_TRUE(admitted(greedy, kWait)) << "no matter how many others run";
+  EXPECT_FALSE(admitted(greedy, kWait));
+  EXPECT_TRUE(admitted(modest, kWait));
 }
 
 TEST_F(ServerCalls, WhatARoutineRaisesBecomesAFault) {

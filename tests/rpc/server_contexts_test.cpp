@@ -1,9 +1,7 @@
 // Context handles and associations.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <thread>
 
+#include "platform/host/rpc/client_share.h"
 #include "platform/host/rpc/server_status.h"
 #include "tests/rpc/server_fixture.h"
 
@@ -60,14 +58,16 @@ TEST_F(ServerContexts, CallsOnASerializedHandleTakeTurnsWithoutAThread) {
   auto client = Connect();
   const auto session = client.Open(kOpenSession).token;
   const unsigned before = host::rpc::ServerStatus().threads;
-  for (std::uint32_t i = 0; i < 20; ++i) client.StartUse(kUseSession, session, i);
-  ASSERT_TRUE(Eventually([&] { return server_.running == 1 && host::rpc::OpenCallCount() == 20; }));
+  constexpr std::uint32_t kCalls = host::rpc::kMaxLine + 1;  // one of them runs
+  for (std::uint32_t i = 0; i < kCalls; ++i) client.StartUse(kUseSession, session, i);
+  ASSERT_TRUE(Eventually([&] { return server_.running == 1 && host::rpc::OpenCallCount() == kCalls; }));
   EXPECT_LE(host::rpc::ServerStatus().threads, before + 3u);
+  EXPECT_EQ(client.Use(kUseSession, session, 1).fault, host::rpc::kFaultServerTooBusy) << "the line is full";
   EXPECT_EQ(client.Open(kOpenSubscription).fault, 0u) << "others go on";
   gate.Open();
-  for (int i = 0; i < 20; ++i) ASSERT_TRUE(client.Receive());
+  for (std::uint32_t i = 0; i < kCalls; ++i) ASSERT_TRUE(client.Receive());
   EXPECT_EQ(server_.mostRunning, 1);
-  for (std::uint32_t i = 0; i < 20; ++i) EXPECT_EQ(order[i], i);
+  for (std::uint32_t i = 0; i < kCalls; ++i) EXPECT_EQ(order[i], i);
 }
 
 TEST_F(ServerContexts, CallsOnOtherHandlesRunAtOnce) {
@@ -206,30 +206,6 @@ TEST_F(ServerContexts, AHandleMadeForAClientThatIsGoneIsRunDown) {
   EXPECT_TRUE(Eventually([] { return host::rpc::ConnectionCount() == 0; }));
   server_.lock.unlock();
   EXPECT_TRUE(Eventually([&] { return server_.Rundowns().size() == 2; }));
-}
-
-TEST_F(ServerContexts, OnlyTheProcessThatOpenedAnAssociationJoinsIt) {
-  RawClient owner(kTestEndpoint);
-  const auto group = owner.Bind(kTestInterface);
-  ASSERT_NE(group, 0u);
-  EXPECT_NE(Connect(group).socket(), -1);
-  // The request is made here: a child of a process with threads does little more than write, read and leave.
-  host::rpc::BindPdu bind;
-  bind.associationGroup = group;
-  bind.contexts.push_back({0, {kTestInterface.uuid, 1, 0}, {host::rpc::kNdrSyntax}});
-  host::rpc::Bytes bytes;
-  host::rpc::AppendBind(host::rpc::PduType::Bind, 1, bind, bytes);
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    RawClient other(kTestEndpoint);
-    other.Send(bytes);
-    const auto reply = other.Receive();
-    _exit(reply && reply->header.type == host::rpc::PduType::BindNak ? 0 : 1);
-  }
-  int status = -1;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

@@ -1,6 +1,4 @@
-// Endpoints, the flat calls of the server side, and running out of file descriptors.
-#include <sys/resource.h>
-#include <sys/socket.h>
+// Endpoints and the flat calls of the server side.
 #include <unistd.h>
 
 #include <thread>
@@ -18,46 +16,6 @@ using namespace std::chrono_literals;
 namespace {
 
 using ServerEndpoints = ServerFixture;
-
-// What this process has used so far.
-std::chrono::microseconds ProcessorTime() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-         std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
-}
-
-// Sockets made before the limit falls wait in the backlog until descriptors come free.
-TEST_F(ServerEndpoints, RunningOutOfDescriptorsDelaysClientsAndDoesNotSpin) {
-  auto first = Connect();
-  // A sanitizer needs descriptors for what it has not seen yet: it is shown a whole connection before they are gone.
-  Connect().Work(1);
-  ASSERT_TRUE(Eventually([] { return ConnectionCount() == 1; }));
-  std::vector<RawClient> waiting;
-  for (int i = 0; i < 5; ++i) waiting.emplace_back(kTestEndpoint);
-  ASSERT_TRUE(Eventually([] { return ConnectionCount() == 6; }));
-
-  std::vector<int> reserved;
-  for (int i = 0; i < 3; ++i) reserved.push_back(socket(AF_UNIX, SOCK_STREAM, 0));
-  rlimit limit{};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  const rlimit old = limit;
-  limit.rlim_cur = static_cast<rlim_t>(reserved.back()) + 1;
-  setrlimit(RLIMIT_NOFILE, &limit);
-  close(reserved.back());
-  RawClient late(kTestEndpoint);  // takes the last one
-  ASSERT_TRUE(late.valid());
-  EXPECT_EQ(first.Work(1).number, 1u);
-  const auto before = ProcessorTime();
-  std::this_thread::sleep_for(300ms);
-  EXPECT_LT(ProcessorTime() - before, 150ms);
-  EXPECT_EQ(ConnectionCount(), 6u);
-  waiting.clear();
-  EXPECT_NE(late.Bind(kTestInterface), 0u);
-  setrlimit(RLIMIT_NOFILE, &old);
-  close(reserved[0]);
-  close(reserved[1]);
-}
 
 // One that says nothing of who may call must not admit everybody.
 TEST_F(ServerEndpoints, DescriptorsWithoutAListAreRefused) {

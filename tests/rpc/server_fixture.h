@@ -14,7 +14,7 @@
 #include "tests/rpc/server_interface.h"
 
 constexpr const char* kTestEndpoint = "TestEndpoint";
-constexpr unsigned kTestMaxCalls = 120;
+constexpr unsigned kTestMaxCalls = 200;
 
 // Whether `condition` comes true in time.
 bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds timeout = std::chrono::seconds(10));

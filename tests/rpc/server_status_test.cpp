@@ -8,6 +8,7 @@
 
 #include "platform/host/base/fault_injection.h"
 #include "platform/services.h"
+#include "rpc/event_notify_list.h"
 #include "tests/support/rpc_client.h"
 #include "tests/support/service_process.h"
 
@@ -43,8 +44,9 @@ class ServerStatus : public testing::Test {
 
 TEST_F(ServerStatus, TellsWhatItHolds) {
   RpcClient waiting, idle;
-  ASSERT_EQ(waiting.Create(), 0u);
   ASSERT_EQ(idle.Create(), 0u);
+  for (const DWORD event : {1u, 2u, 3u}) Quorvex::PC::Hkd04a7::Service::DeliverToSubscriptions({event, 0, 0});
+  ASSERT_EQ(waiting.Create(), 0u);
   auto wait = waiting.BeginWait();
   const json rpc = WithCalls({{kWait, 1}});
   ASSERT_EQ(rpc.size(), 1u);
@@ -59,7 +61,8 @@ TEST_F(ServerStatus, TellsWhatItHolds) {
                        {"openCalls", 1},
                        {"pendingCalls", 1},
                        {"calls", {{kWait, 1}}},
-                       {"unsentBytes", 0}}));
+                       {"unsentBytes", 0},
+                       {"queues", {{"events", 3}, {"longest", 3}}}}));
   ASSERT_EQ(waiting.Destroy(), 0u);
   wait->Finish();
   const json later = WithCalls(json::object());

@@ -10,9 +10,10 @@ namespace {
 TEST(RpcTextTest, TellsWhatAServerHolds) {
   constexpr const char* kBusy = R"({"pid":7,"answering":true,"connections":2,"openCalls":4,"pendingCalls":1,"threads":3,
       "unsentBytes":1,"handles":{"Hkd04a7Rpc_EventNotifyHandle":2,"Hkd04a7Rpc_DeviceHandle":1,"Other":1},
-      "calls":{"Create":1,"Wait":3}})";
+      "queues":{"events":5,"longest":4},"calls":{"Create":1,"Wait":3}})";
   const std::string busy =
-      "process 7: 2 connections, 2 subscriptions, 1 device session, 1 Other, 3 calls running, 1 wait pending, "
+      "process 7: 2 connections, 2 subscriptions, 1 device session, 1 Other, 5 queued events (at most 4 in one), 3 "
+      "calls running, 1 wait pending, "
       "1 unsent byte, 3 threads";
   struct Case {
     const char* server;

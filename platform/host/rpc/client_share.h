@@ -36,7 +36,7 @@ inline constexpr std::size_t kMaxLine = 64;
 // Over it a connection is closed when it is accepted; so is one that would take the last quarter of the descriptors.
 inline constexpr unsigned kMaxConnectionsOfClient = 4096;
 // Over any of these: server too busy.
-inline constexpr unsigned kMaxHandlesOfClient = 8192;
+inline constexpr unsigned kMaxHandlesOfClient = 4096;
 inline constexpr unsigned kMaxAsynchronousCallsOfClient = 16384;
 inline constexpr std::size_t kMaxRequestBytesOfClient = 8u << 20;  // in fragments and in calls made of them
 // Of the calls that an interface admits at once.

@@ -1,6 +1,7 @@
 #include "platform/host/rpc/server_negotiation.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/host/rpc/client_share.h"
 
@@ -37,6 +38,8 @@ std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const Identity&
                                      const std::vector<ContextElement>& elements, bool features,
                                      PresentationContexts& contexts) {
   std::vector<ContextResult> results;
+  const ServerInterface* asked = nullptr;  // whose descriptor has said `granted`
+  bool granted = false;
   for (const auto& element : elements) {
     const auto accepted = AcceptedFeatures(element);
     if (features && accepted) {
@@ -59,7 +62,8 @@ std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const Identity&
       results.push_back(Rejected(kReasonLocalLimit));
       continue;
     }
-    contexts[element.id] = {interface, ndr64 ? Syntax::Ndr64 : Syntax::Ndr, interfaces.Grants(*interface, client)};
+    if (std::exchange(asked, interface) != interface) granted = interfaces.Grants(*interface, client);
+    contexts[element.id] = {interface, ndr64 ? Syntax::Ndr64 : Syntax::Ndr, granted};
     results.push_back({kResultAccepted, 0, syntax});
   }
   return results;

@@ -1,8 +1,16 @@
 #include "platform/host/rpc/server_status.h"
 
+#include <atomic>
+
 #include "platform/host/rpc/server_runtime.h"
 
 namespace host::rpc {
+
+namespace {
+
+std::atomic<ServerQueues (*)()> g_measureQueues = nullptr;
+
+}  // namespace
 
 ServerStatusInfo ServerStatus() {
   auto& runtime = ServerRuntime::Instance();
@@ -15,7 +23,12 @@ ServerStatusInfo ServerStatus() {
   status.calls = runtime.interfaces().OpenCallsByProcedure();
   status.threads = runtime.threads().ThreadCount();
   status.unsentBytes = runtime.UnsentBytes();
+  if (const auto measure = g_measureQueues.load()) status.queues = measure();
   return status;
+}
+
+void TellQueues(ServerQueues (*measure)()) {
+  g_measureQueues = measure;
 }
 
 unsigned OpenCallCount() {

@@ -3,10 +3,14 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 
 namespace host::rpc {
+
+// What the server's own routines keep for its clients, by name.
+using ServerQueues = std::map<std::string, std::uint64_t>;
 
 struct ServerStatusInfo {
   unsigned connections = 0;
@@ -17,10 +21,14 @@ struct ServerStatusInfo {
   std::map<std::string, unsigned> calls;    // all that are open, by the name of their procedure
   unsigned threads = 0;
   std::size_t unsentBytes = 0;  // replies that wait for their clients to read
+  ServerQueues queues;
 };
 
 // A snapshot; its figures need not fit together while calls run. Any thread.
 ServerStatusInfo ServerStatus();
+
+// Has a snapshot ask for the queues too: `measure` is called on any thread, must not wait, and may answer nothing.
+void TellQueues(ServerQueues (*measure)());
 
 // For the end of a test: 0 when nothing is left behind. A handle counts until its rundown has run.
 unsigned OpenCallCount();

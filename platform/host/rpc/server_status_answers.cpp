@@ -34,7 +34,8 @@ void Answer(const json& question) {
                                       {"pendingCalls", status.pendingCalls},
                                       {"calls", status.calls},
                                       {"threads", status.threads},
-                                      {"unsentBytes", status.unsentBytes}});
+                                      {"unsentBytes", status.unsentBytes},
+                                      {"queues", status.queues}});
 }
 
 }  // namespace

@@ -95,6 +95,10 @@ Bytes operator+(Bytes left, const Bytes& right) {
   return left;
 }
 
+Behaviour Acting(const char* what, const char* expected, bool bound, std::string (*act)(RawClient&, const Victims&)) {
+  return {what, expected, bound, {}, act};
+}
+
 const Behaviour kOutsideTheProtocol[] = {
     {"zeros", "fault 1c01000b, closed", true, Bytes(64)},
     {"another protocol", "closed", false, Bytes(40, std::byte{'G'})},
@@ -118,41 +122,32 @@ const Behaviour kOutsideTheProtocol[] = {
     {"another version of it", "ack 2.1", false, Bind({kInterfaceUuid, 2, 0}, kNdrSyntax)},
     {"another syntax", "ack 2.2", false, Bind(kName, kName)},
     {"a group that does not exist", "nak 0, closed", false, Bind(kName, kNdrSyntax, 1, 0xDEADBEEF)},
-    {"another client's group",
-     "nak 0, closed",
-     false,
-     {},
-     [](RawClient& client, const Victims& victims) {
-       client.Send(Bind(kName, kNdrSyntax, 1, victims.group));
-       return ""s;
-     }},
+    Acting("another client's group", "nak 0, closed", false,
+           [](RawClient& client, const Victims& victims) {
+             client.Send(Bind(kName, kNdrSyntax, 1, victims.group));
+             return ""s;
+           }),
     {"last fragment without a first", "fault 1c01000b, closed", true, Fragment(kLast, 8)},
     {"first fragment twice", "fault 1c01000b, closed", true, Fragment(kFirst, 8) + Fragment(kFirst, 8)},
     {"half a PDU", "silent", true, Bytes(5, std::byte{5})},
     {"unknown context", "fault 1c00001c", true, Request(1, 0, {}, 7)},
     {"unknown procedure", "fault 1c010002", true, Request(1, kProcedureCount)},
     {"cancels of calls that are not there", "silent", true, Pdu(kCancel, kWhole, 0)},
-    {"a call's number twice",
-     "closed",
-     true,
-     {},
-     [](RawClient& client, const Victims&) {
-       const auto token = client.Open(kEventNotifyCreate).token;
-       const Bytes wait = Request(100, kEventNotifyWaitEventAsync, {token.bytes.begin(), token.bytes.end()});
-       client.Send(wait + wait);
-       return ""s;
-     }},
+    Acting("a call's number twice", "closed", true,
+           [](RawClient& client, const Victims&) {
+             const auto token = client.Open(kEventNotifyCreate).token;
+             const Bytes wait = Request(100, kEventNotifyWaitEventAsync, {token.bytes.begin(), token.bytes.end()});
+             client.Send(wait + wait);
+             return ""s;
+           }),
 };
 
 const Behaviour kBadArguments[] = {
-    {"byte by byte",
-     "response",
-     true,
-     {},
-     [](RawClient& client, const Victims&) {
-       for (const std::byte byte : Unregister(2, 0, 2, u"a\0"sv)) client.Send({&byte, 1});
-       return ""s;
-     }},
+    Acting("byte by byte", "response", true,
+           [](RawClient& client, const Victims&) {
+             for (const std::byte byte : Unregister(2, 0, 2, u"a\0"sv)) client.Send({&byte, 1});
+             return ""s;
+           }),
     {"no terminator", "fault 6f7", true, Unregister(3, 0, 3, u"abc"sv)},
     {"a zero within", "fault 6f7", true, Unregister(4, 0, 4, u"a\0b\0"sv)},
     {"more than its maximum", "fault 6f7", true, Unregister(2, 0, 4, u"abc\0"sv)},
@@ -162,19 +157,25 @@ const Behaviour kBadArguments[] = {
     {"no characters", "fault 6f7", true, Unregister(0, 0, 0, u""sv)},
     {"an empty string", "response", true, Unregister(1, 0, 1, u"\0"sv)},
     {"halves of surrogate pairs", "response", true, Unregister(3, 0, 3, u"\xDC00\xD800\0"sv)},
-    {"handles that are null, unknown, a stranger's, of the other type",
-     "fault 1c00001a, fault 1c00001a, fault 1c00001a, fault 1c00001a",
-     true,
-     {},
-     [](RawClient& client, const Victims& victims) {
-       ContextToken unknown = victims.session;
-       unknown.bytes[19] ^= std::byte{1};
-       const ContextToken swapped = client.Open(kEventNotifyCreate).token;
-       for (const auto& token : {ContextToken{}, unknown, victims.session, swapped}) {
-         client.StartUse(kDeviceGetWakeupStatus, token, 1);
-       }
-       return ""s;
-     }},
+    // Closed, null, unknown, with attributes, a stranger's, of the other type.
+    Acting("handles that are not the client's", "12 of 12", true,
+           [](RawClient& client, const Victims& victims) {
+             const ContextToken open = client.Open(kDeviceCreate).token;
+             const ContextToken closed = client.Open(kDeviceCreate).token;
+             client.Close(kDeviceClose, closed);
+             ContextToken unknown = open, attributes = open;
+             unknown.bytes[19] ^= std::byte{1};
+             attributes.bytes[0] = std::byte{1};
+             const ContextToken swapped = client.Open(kEventNotifyCreate).token;
+             int refused = 0;
+             for (const auto& token : {closed, ContextToken{}, unknown, attributes, victims.session, swapped}) {
+               if (client.Use(kDeviceGetWakeupStatus, token, 1).fault == kFaultContextMismatch) ++refused;
+               client.StartWait(kEventNotifyWaitEventAsync, token == swapped ? open : token);
+               const auto reply = client.Receive();
+               if (reply && reply->fault == kFaultContextMismatch) ++refused;
+             }
+             return std::to_string(refused) + " of 12";
+           }),
 };
 
 // Sends without reading until the server has not taken anything for a while.
@@ -223,78 +224,61 @@ std::string CountOf(std::size_t number, std::size_t expected) {
 const Behaviour kGreed[] = {
     {"more contexts than any client needs", "nak 2, closed", false,
      Bind(kName, kNdrSyntax, kMaxPresentationContexts + 1)},
-    {"contexts one after the other",
-     "as many as there may be",
-     true,
-     {},
-     [](RawClient& client, const Victims&) {
-       std::size_t accepted = 1;
-       for (std::uint16_t id = 1; id < 3 * kMaxPresentationContexts; ++id) {
-         client.Send(Bind(kName, kNdrSyntax, 1, 0, PduType::AlterContext, id));
-         const auto reply = client.Receive();
-         if (reply && reply->ack.results.at(0).result == kResultAccepted) ++accepted;
-       }
-       return CountOf(accepted, kMaxPresentationContexts);
-     }},
-    {"many requests begun",
-     "fault 1c01000b, closed",
-     true,
-     {},
-     [](RawClient& client, const Victims&) {
-       for (std::uint32_t call = 0; call <= kMaxOpenRequests; ++call) client.Send(Fragment(kFirst, 8, call));
-       return ""s;
-     }},
+    Acting("contexts one after the other", "as many as there may be", true,
+           [](RawClient& client, const Victims&) {
+             std::size_t accepted = 1;
+             for (std::uint16_t id = 1; id < 3 * kMaxPresentationContexts; ++id) {
+               client.Send(Bind(kName, kNdrSyntax, 1, 0, PduType::AlterContext, id));
+               const auto reply = client.Receive();
+               if (reply && reply->ack.results.at(0).result == kResultAccepted) ++accepted;
+             }
+             return CountOf(accepted, kMaxPresentationContexts);
+           }),
+    Acting("many requests begun", "fault 1c01000b, closed", true,
+           [](RawClient& client, const Victims&) {
+             for (std::uint32_t call = 0; call <= kMaxOpenRequests; ++call) client.Send(Fragment(kFirst, 8, call));
+             return ""s;
+           }),
     {"fragments without end", "fault 1c01000b, closed", true, Fragment(kFirst, 5000),
      [](RawClient& client, const Victims&) {
        while (client.Send(Fragment(kMiddle, 5000))) continue;
        return ""s;
      }},
-    {"fragments on many connections",
-     "as many as there may be",
-     false,
-     {},
-     [](RawClient&, const Victims&) {
-       constexpr std::size_t kShares = 200, kShare = 5000, kFit = kMaxRequestBytesOfClient / (kShares * kShare);
-       constexpr std::size_t kMany = 60;
-       auto& crowd = Crowd(kMany);
-       for (auto& each : crowd) {
-         each.Bind(kServiceInterface);
-         each.Send(Fragment(kFirst, kShare));
-         for (std::size_t i = 1; i < kShares; ++i) each.Send(Fragment(kMiddle, kShare));
-       }
-       return CountOf(kMany - ClosedOf(crowd, kMany - kFit), kFit);
-     }},
-    {"replies that nobody reads",
-     "not read any more",
-     false,
-     {},
-     [](RawClient&, const Victims&) {
-       auto& crowd = Crowd(40);
-       for (auto& each : crowd) each.Bind(kServiceInterface);
-       Flood(crowd, Bind(kName, kNdrSyntax, kMaxPresentationContexts, 0, PduType::AlterContext));
-       return "not read any more"s;
-     }},
-    {"subscriptions",
-     "as many as there may be",
-     true,
-     {},
-     [](RawClient& client, const Victims&) {
-       std::size_t opened = 0;
-       while (client.Open(kEventNotifyCreate).fault == 0) ++opened;
-       return CountOf(opened, kMaxHandlesOfClient);
-     }},
-    {"connections",
-     "as many as there may be",
-     false,
-     {},
-     [](RawClient&, const Victims&) {
-       host::RaiseOpenFileLimit();
-       rlimit limit{};
-       getrlimit(RLIMIT_NOFILE, &limit);
-       auto& crowd = Crowd(std::min<rlim_t>(limit.rlim_cur - 50, kMaxConnectionsOfClient + 500));
-       const auto most = std::min<rlim_t>(kMaxConnectionsOfClient, limit.rlim_cur / 4 * 3) - 1;  // and the first one
-       return CountOf(crowd.size() - ClosedOf(crowd, crowd.size() - most), most);
-     }},
+    Acting("fragments on many connections", "as many as there may be", false,
+           [](RawClient&, const Victims&) {
+             constexpr std::size_t kShares = 200, kShare = 5000, kFit = kMaxRequestBytesOfClient / (kShares * kShare);
+             constexpr std::size_t kMany = 60;
+             auto& crowd = Crowd(kMany);
+             for (auto& each : crowd) {
+               each.Bind(kServiceInterface);
+               each.Send(Fragment(kFirst, kShare));
+               for (std::size_t i = 1; i < kShares; ++i) each.Send(Fragment(kMiddle, kShare));
+             }
+             return CountOf(kMany - ClosedOf(crowd, kMany - kFit), kFit);
+           }),
+    Acting("replies that nobody reads", "not read any more", false,
+           [](RawClient&, const Victims&) {
+             auto& crowd = Crowd(40);
+             for (auto& each : crowd) each.Bind(kServiceInterface);
+             Flood(crowd, Bind(kName, kNdrSyntax, kMaxPresentationContexts, 0, PduType::AlterContext));
+             return "not read any more"s;
+           }),
+    Acting("subscriptions", "as many as there may be", true,
+           [](RawClient& client, const Victims&) {
+             std::size_t opened = 0;
+             while (client.Open(kEventNotifyCreate).fault == 0) ++opened;
+             return CountOf(opened, kMaxHandlesOfClient);
+           }),
+    Acting("connections", "as many as there may be", false,
+           [](RawClient&, const Victims&) {
+             host::RaiseOpenFileLimit();
+             rlimit limit{};
+             getrlimit(RLIMIT_NOFILE, &limit);
+             auto& crowd = Crowd(std::min<rlim_t>(limit.rlim_cur - 50, kMaxConnectionsOfClient + 500));
+             const auto most =
+                 std::min<rlim_t>(kMaxConnectionsOfClient, limit.rlim_cur / 4 * 3) - 1;  // and the first one
+             return CountOf(crowd.size() - ClosedOf(crowd, crowd.size() - most), most);
+           }),
 };
 
 }  // namespace

@@ -133,17 +133,6 @@ TEST_F(ServerAsync, AStuckReaderDelaysNobody) {
   EXPECT_EQ(host::rpc::ServerStatus().unsentBytes, 0u);
 }
 
-TEST_F(ServerAsync, AStuckReaderThatDiesIsNoticed) {
-  auto stuck = Connect();
-  const auto subscription = stuck.Open(kOpenSubscription);
-  for (int i = 0; i < 8000; ++i) stuck.StartWait(kWait, subscription.token);
-  ASSERT_TRUE(Eventually([&] { return server_.PendingCount() == 8000; }));
-  while (server_.PendingCount() > 0) CompleteNext(1);
-  stuck.Close();
-  EXPECT_TRUE(Eventually([] { return host::rpc::ConnectionCount() == 0; }));
-  EXPECT_TRUE(Eventually([&] { return server_.Rundowns() == std::vector<std::string>{"subscription 1"}; }));
-}
-
 // Threads complete while the client leaves: nothing is lost, nothing is ended twice.
 TEST_F(ServerAsync, CompletionsRaceWithTheEndOfTheConnection) {
   for (int round = 0; round < 50; ++round) {

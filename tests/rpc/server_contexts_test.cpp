@@ -6,46 +6,12 @@
 #include "tests/rpc/server_fixture.h"
 
 using namespace std::chrono_literals;
-using host::rpc::ContextToken;
 using host::rpc::kFaultContextMismatch;
 using Lines = std::vector<std::string>;
 
 namespace {
 
 using ServerContexts = ServerFixture;
-
-TEST_F(ServerContexts, HandlesThatAreNotTheClientsAreRefusedBeforeARoutineRuns) {
-  std::atomic<int> calls = 0;
-  server_.use = [&](std::uint32_t number) {
-    ++calls;
-    return number;
-  };
-  server_.wait = [&](PendingWait) { ++calls; };
-  auto client = Connect();
-  auto stranger = Connect();
-  const auto session = client.Open(kOpenSession).token;
-  const auto subscription = client.Open(kOpenSubscription).token;
-  const auto closed = client.Open(kOpenSession).token;
-  ASSERT_EQ(client.Close(kCloseSession, closed).fault, 0u);
-  ContextToken unknown = session;
-  unknown.bytes[19] ^= std::byte{1};
-  ContextToken attributes = session;
-  attributes.bytes[0] = std::byte{1};
-
-  for (const auto& token : {ContextToken{}, unknown, attributes, closed, subscription}) {
-    EXPECT_EQ(client.Use(kUseSession, token, 1).fault, kFaultContextMismatch);
-    EXPECT_EQ(client.Close(kCloseSession, token).fault, kFaultContextMismatch);
-  }
-  for (const auto& token : {ContextToken{}, session}) {
-    client.StartWait(kWait, token);
-    const auto reply = client.Receive();
-    ASSERT_TRUE(reply);
-    EXPECT_EQ(reply->fault, kFaultContextMismatch);
-  }
-  EXPECT_EQ(stranger.Use(kUseSession, session, 1).fault, kFaultContextMismatch) << "another association";
-  EXPECT_EQ(calls, 0);
-  EXPECT_EQ(client.Use(kUseSession, session, 1).fault, 0u);
-}
 
 TEST_F(ServerContexts, CallsOnASerializedHandleTakeTurnsWithoutAThread) {
   Gate gate;

@@ -1,4 +1,4 @@
-// What the server makes of binds, and of a call number in use. What is not the protocol: hostile_clients_test.cpp.
+// What the server makes of binds. Of what is not the protocol: hostile_clients_test.cpp.
 #include "tests/rpc/server_fixture.h"
 
 using namespace host::rpc;
@@ -84,22 +84,6 @@ TEST_F(ServerProtocol, AlterContextAddsAnInterface) {
   EXPECT_EQ(call.arguments[2].number, 31u);
   EXPECT_EQ(client.Work(5).number, 5u) << "the first context goes on";
   EXPECT_EQ(RpcServerUnregisterIf(Handle(kOtherInterface), nullptr, TRUE), RPC_S_OK);
-}
-
-TEST_F(ServerProtocol, CallNumbersInUseEndTheConnection) {
-  auto client = Connect();
-  const auto subscription = client.Open(kOpenSubscription).token;
-  Call call;
-  call.arguments.resize(2);
-  call.arguments[0].token = subscription;
-  client.SendCall(500, kWait, call);
-  ASSERT_TRUE(Eventually([&] { return server_.PendingCount() == 1; }));
-  client.SendCall(500, kWait, call);
-  EXPECT_TRUE(client.ClosedByServer());
-  EXPECT_EQ(server_.PendingCount(), 1u);
-  EXPECT_TRUE(Eventually([&] {
-    return RpcServerTestCancel(RpcAsyncGetCallHandle(server_.pending[0].state)) == RPC_S_OK;
-  })) << "the first one lost its client like any other";
 }
 
 }  // namespace

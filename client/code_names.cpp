@@ -74,6 +74,7 @@ constexpr Entry kEntries[] = {
     {1072, "ERROR_SERVICE_MARKED_FOR_DELETE", "the service is marked for deletion"},
     {1073, "ERROR_SERVICE_EXISTS", "the service exists already"},
     {1078, "ERROR_DUPLICATE_SERVICE_NAME", "the name is in use by another service"},
+    {1113, "ERROR_NO_UNICODE_TRANSLATION", "a name has half a surrogate pair, which no text can have"},
     {1114, "ERROR_DLL_INIT_FAILED", "the library's initialisation failed"},
     {1115, "ERROR_SHUTDOWN_IN_PROGRESS", "the machine is going down"},
     {1157, "ERROR_DLL_NOT_FOUND", "a library that it needs was not found"},

@@ -15,8 +15,8 @@ int ReportRegistry(const Options& options, const std::string& tried, LSTATUS sta
 // Deletes the key with everything below it. Returns the Win32 code.
 LSTATUS DeleteTree(const RegistryPath& path, REGSAM view);
 
-// Writes the key `path` and all below it to `file` (empty: standard output), one JSON object a line: {"key"} for each
-// key, followed by {"key","name","type","data"} for each of its values. Answers an exit code.
+// Writes the key `path` and all below it to `file` (empty: standard output), as registry_text.h tells. Answers an exit
+// code.
 int ExportRegistry(const Options& options, const std::string& path, REGSAM view, const std::string& file);
 
 // Reads such a file. Nothing is written unless every line can be understood. Answers an exit code.

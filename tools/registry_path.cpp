@@ -130,8 +130,9 @@ std::vector<std::string> PlainWords(const RegistryValue& value) {
 }  // namespace
 
 std::optional<RegistryPath> ParseRegistryPath(std::string_view text) {
+  if (text.find('\0') != std::string_view::npos) return std::nullopt;
   std::string path(text);
-  std::replace(path.begin(), path.end(), '/', '\\');
+  if (path.find('\\') == std::string::npos) std::replace(path.begin(), path.end(), '/', '\\');
   while (path.ends_with('\\')) path.pop_back();
   const std::size_t separator = path.find('\\');
   const auto root = ParseRoot(std::string_view(path).substr(0, separator));

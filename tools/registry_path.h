@@ -16,7 +16,8 @@ struct RegistryPath {
   WideString subKey;  // may be empty
 };
 
-// "HKLM\Software\..." with HKLM, HKCU or HKU, or their long names, in any case. Slashes do as backslashes.
+// "HKLM\Software\..." with HKLM, HKCU or HKU, or their long names, in any case. Slashes do as backslashes where there
+// are none of these; else they are part of a name. Nothing for any other root, and for a text with a zero inside.
 std::optional<RegistryPath> ParseRegistryPath(std::string_view text);
 
 struct RegistryValue {

@@ -122,7 +122,11 @@ TEST(RegistryNames, PathsAreSplitAndCheckedBeforeAnythingIsTouched) {
     std::u16string path;
     LSTATUS expected;
   };
+  std::u16string deep = u"x";
+  for (int step = 1; step < 512; ++step) deep += u"\\x";
   const Case kCases[] = {{u"\\Software", 161},
+                         {deep, 2},
+                         {deep + u"\\x", 87},
                          {u"Software\\", 0},
                          {u"Software\\\\Wow6432Node", 0},
                          {std::u16string(255, u'x'), 2},

@@ -17,6 +17,7 @@ TEST(RegistryPathTest, ReadsPaths) {
   const Case cases[] = {{"HKLM\\Software\\Quorvex", HKEY_LOCAL_MACHINE, u"Software\\Quorvex"},
                         {"hkey_local_machine\\Software\\", HKEY_LOCAL_MACHINE, u"Software"},
                         {"HKCU/Software/x", HKEY_CURRENT_USER, u"Software\\x"},
+                        {"HKCU\\Software\\a/b", HKEY_CURRENT_USER, u"Software\\a/b"},
                         {"HKU", HKEY_USERS, u""}};
   for (const Case& test : cases) {
     const auto path = ParseRegistryPath(test.text);
@@ -24,7 +25,9 @@ TEST(RegistryPathTest, ReadsPaths) {
     EXPECT_EQ(path->root, test.root) << test.text;
     EXPECT_EQ(path->subKey, test.subKey) << test.text;
   }
-  for (const char* wrong : {"", "\\HKLM", "HKXX\\a", "Software"}) EXPECT_FALSE(ParseRegistryPath(wrong)) << wrong;
+  using namespace std::string_view_literals;
+  for (const auto wrong : {""sv, "\\HKLM"sv, "HKXX\\a"sv, "Software"sv, "HKLM\\a\0b"sv})
+    EXPECT_FALSE(ParseRegistryPath(wrong)) << wrong;
 }
 
 TEST(RegistryValueTest, ReadsWhatPeopleWrite) {

@@ -43,6 +43,7 @@ DWORD SplitPath(const char16_t* path, std::vector<KeyName>* steps) {
     const std::u16string_view step = rest.substr(0, rest.find(u'\\'));
     if (step.size() > kLongestKeyName) return ERROR_INVALID_PARAMETER;
     if (!step.empty()) steps->push_back(MakeKeyName(step));
+    if (steps->size() > kDeepestPath) return ERROR_INVALID_PARAMETER;
     rest.remove_prefix(std::min(step.size() + 1, rest.size()));
   }
   return ERROR_SUCCESS;

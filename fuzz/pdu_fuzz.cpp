@@ -2,6 +2,7 @@
 // taken is built again and must read the same.
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 #include "fuzz/check.h"
 #include "platform/host/rpc/pdu_build.h"
@@ -12,6 +13,36 @@
 namespace {
 
 using namespace host::rpc;
+
+// How a stream was cut, for comparison.
+struct Cuts {
+  std::vector<std::size_t> lengths;
+  bool refused = false;
+  bool operator==(const Cuts&) const = default;
+};
+
+// Cuts what arrives `share` bytes at a time, as far as it can be taken, and hands each PDU to `take`.
+template <typename Function>
+Cuts CutUp(std::span<const std::byte> input, std::size_t share, Function take) {
+  PduStream stream;
+  Cuts cuts;
+  while (!input.empty()) {
+    const auto part = input.first(std::min(share, input.size()));
+    std::copy(part.begin(), part.end(), stream.Room().begin());
+    stream.Filled(part.size());
+    input = input.subspan(part.size());
+    PduStream::Item item;
+    auto outcome = stream.Next(item);
+    for (; outcome == PduStream::Outcome::Pdu; outcome = stream.Next(item)) {
+      cuts.lengths.push_back(item.pdu.size());
+      take(item);
+    }
+    cuts.refused = outcome == PduStream::Outcome::Refused;
+    if (cuts.refused) break;
+    stream.Drained();
+  }
+  return cuts;
+}
 
 void TakeBind(const PduStream::Item& item) {
   BindPdu bind;
@@ -32,6 +63,21 @@ void TakeBindAck(const PduStream::Item& item) {
   ParseBindAck(item.header, item.pdu, ack);
 }
 
+// The bytes of one request, in fragments.
+void CheckSameMessage(std::span<const std::byte> bytes, const Message& message) {
+  Reassembly reassembly;
+  Message reread;
+  auto outcome = Reassembly::Outcome::Incomplete;
+  CutUp(bytes, kMaxFragment, [&](const PduStream::Item& item) {
+    RequestPdu request;
+    Check(outcome == Reassembly::Outcome::Incomplete, "a built request has no more fragments than it needs");
+    Check(!ParseRequest(item.header, item.pdu, request), "a built request can be read");
+    outcome = reassembly.Add(item.header, request.contextId, request.procedure, request.stub, reread);
+  });
+  Check(outcome == Reassembly::Outcome::Complete && reread.stub == message.stub, "a built request is the same");
+  Check(reread.contextId == message.contextId && reread.procedure == message.procedure, "a built request is the same");
+}
+
 void TakeRequest(const PduStream::Item& item, Reassembly& reassembly) {
   RequestPdu request;
   if (ParseRequest(item.header, item.pdu, request)) return;
@@ -42,7 +88,7 @@ void TakeRequest(const PduStream::Item& item, Reassembly& reassembly) {
   Bytes again;
   AppendRequest(item.header.callId, {0, message.contextId, message.procedure, request.object, message.stub},
                 kMinFragment, again);
-  Check(again.size() > message.stub.size(), "a request holds its stub data");
+  CheckSameMessage(again, message);
 }
 
 void TakeAnswer(const PduStream::Item& item) {
@@ -75,19 +121,10 @@ void Take(const PduStream::Item& item, Reassembly& reassembly) {
 // The first byte is the size in which the rest arrives.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  const std::size_t share = data[0] + 1u;
-  auto input = std::as_bytes(std::span(data + 1, size - 1));
-  PduStream stream;
+  const auto input = std::as_bytes(std::span(data + 1, size - 1));
   Reassembly reassembly({4096, 4});
-  while (!input.empty()) {
-    const auto part = input.first(std::min(share, input.size()));
-    std::copy(part.begin(), part.end(), stream.Room().begin());
-    stream.Filled(part.size());
-    input = input.subspan(part.size());
-    PduStream::Item item;
-    auto outcome = stream.Next(item);
-    for (; outcome == PduStream::Outcome::Pdu; outcome = stream.Next(item)) Take(item, reassembly);
-    if (outcome == PduStream::Outcome::Refused) return 0;
-  }
+  const Cuts cuts = CutUp(input, data[0] + 1u, [&](const PduStream::Item& item) { Take(item, reassembly); });
+  const Cuts whole = CutUp(input, kMaxFragment, [](const PduStream::Item&) {});
+  Check(cuts == whole, "a stream is cut the same however it arrives");
   return 0;
 }

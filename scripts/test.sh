@@ -4,6 +4,7 @@
 #   tests       every test of the preset dev, through ctest (the include check is one of them)
 #   format      the layout of the sources
 #   analysis    the product under clang's thread-safety analysis, and clang-tidy (both left out by --quick)
+#   fuzzing     each fuzz target for 20 seconds (left out by --quick)
 # The last line counts tests and checks together; the exit status is 0 only when none failed.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -60,6 +61,7 @@ check "format" "$ROOT/scripts/check-format.sh"
 if [[ $quick -eq 0 ]]; then
   check "thread-safety analysis" clang_build
   check "static analysis" "$ROOT/scripts/check-tidy.sh" dev
+  check "fuzzing" "$ROOT/scripts/fuzz.sh"
 fi
 echo "$passed passed, $failed failed"
 [[ $failed -eq 0 ]]

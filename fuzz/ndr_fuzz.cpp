@@ -1,5 +1,5 @@
-// Stub data of the ten procedures, in either syntax and direction: what can be read is written again and must then read
-// the same.
+// Stub data of the ten procedures, in either direction and in the transfer syntax HKD_FUZZ_SYNTAX: what can be read is
+// written again and must then read the same.
 #include <cstdint>
 
 #include "fuzz/check.h"
@@ -10,7 +10,7 @@ namespace {
 
 using namespace host::rpc;
 
-constexpr std::uint8_t kNdr64Bit = 0x10;
+constexpr Syntax kSyntax = Syntax::HKD_FUZZ_SYNTAX;
 constexpr std::uint8_t kResponseBit = 0x20;
 
 bool SameArguments(const Call& left, const Call& right) {
@@ -26,22 +26,21 @@ bool SameArguments(const Call& left, const Call& right) {
 
 }  // namespace
 
-// The first byte chooses procedure, syntax and direction.
+// The first byte chooses procedure and direction.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const Procedure& procedure = hkd04a7::kProcedures[(data[0] & 0x0F) % hkd04a7::kProcedureCount];
-  const Syntax syntax = (data[0] & kNdr64Bit) != 0 ? Syntax::Ndr64 : Syntax::Ndr;
   const bool response = (data[0] & kResponseBit) != 0;
   const auto read = response ? &ReadResponse : &ReadRequest;
   const auto write = response ? &WriteResponse : &WriteRequest;
 
   Call call;
-  if (read(procedure, syntax, std::as_bytes(std::span(data + 1, size - 1)), call) != 0) return 0;
+  if (read(procedure, kSyntax, std::as_bytes(std::span(data + 1, size - 1)), call) != 0) return 0;
   std::vector<std::byte> again;
-  write(procedure, syntax, call, again);
+  write(procedure, kSyntax, call, again);
   Check(again.size() <= size - 1, "stub data is not longer when written again");
   Call reread;
-  Check(read(procedure, syntax, again, reread) == 0, "written stub data can be read");
+  Check(read(procedure, kSyntax, again, reread) == 0, "written stub data can be read");
   Check(SameArguments(call, reread), "written stub data reads the same");
   return 0;
 }

@@ -87,7 +87,11 @@ bool CallThreads::AwaitTurn() {
   std::unique_lock guard(lock_);
   while (!vacant_) {
     ++idle_;
-    const bool timedOut = turnVacant_.wait_for(guard, linger_) == std::cv_status::timeout;
+    bool timedOut = false;
+    if (idle_ > 1)
+      timedOut = turnVacant_.wait_for(guard, linger_) == std::cv_status::timeout;
+    else
+      turnVacant_.wait(guard);  // the one that stays has nothing to look after
     --idle_;
     if (timedOut && !vacant_ && idle_ > 0) {
       --threads_;

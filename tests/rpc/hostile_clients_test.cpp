@@ -58,7 +58,7 @@ class HostileClients : public testing::Test {
 
   // The next events reach the witness: all, in order, soon.
   void ExpectEvents() {
-    constexpr std::uint32_t kEvents = 10;
+    constexpr std::uint32_t kEvents = 5;
     for (std::uint32_t i = 0; i < kEvents; ++i) {
       Quorvex::PC::Hkd04a7::Service::DeliverToSubscriptions({7, events_ + i, 0});
     }

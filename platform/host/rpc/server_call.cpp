@@ -29,14 +29,6 @@ class CurrentCallScope {
   CurrentCallScope& operator=(const CurrentCallScope&) = delete;
 };
 
-bool IsInput(const Parameter& parameter) {
-  return parameter.kind == ParameterKind::Context && parameter.direction != Direction::Out;
-}
-
-bool IsOutput(const Parameter& parameter) {
-  return parameter.kind == ParameterKind::Context && parameter.direction != Direction::In;
-}
-
 }  // namespace
 
 ServerCall::ServerCall(const ServerTables& tables, ServerRequest request)
@@ -49,28 +41,37 @@ ServerCall* ServerCall::Current() {
   return currentCall;
 }
 
-std::uint32_t ServerCall::TakeHandles(bool* waiting) {
-  const auto& parameters = request_.procedure->parameters;
-  for (std::size_t i = 0; i < parameters.size(); ++i) {
-    if (!IsInput(parameters[i])) continue;
-    const auto& type = request_.interface->description->contextTypes[parameters[i].contextType];
-    auto handle = tables_.contexts.Find(*request_.association, request_.call.arguments[i].token, type);
-    if (!handle) {
-      handles_.clear();
-      return kFaultContextMismatch;
-    }
-    handles_.push_back(std::move(handle));
+std::shared_ptr<Task> ServerCall::Begin() {
+  switch (tables_.interfaces.Admit(*request_.interface, *request_.procedure, Client())) {
+    case Admission::UnknownInterface:
+      SendFault(kFaultUnknownInterface, false);
+      return nullptr;
+    case Admission::TooBusy:
+      SendFault(kFaultServerTooBusy, false);
+      return nullptr;
+    default:
+      return BeginAdmitted();
   }
-  for (std::size_t i = 0; i < handles_.size(); ++i) {
-    const Use use = tables_.contexts.BeginUse(*handles_[i], shared_from_this());
-    if (use == Use::Waiting) *waiting = true;
-    if (use != Use::LineFull) continue;
-    handles_.resize(i);
-    return kFaultServerTooBusy;
-  }
-  return 0;
 }
 
+// Once it stands in line, another thread may run the call.
+std::shared_ptr<Task> ServerCall::BeginAdmitted() {
+  const auto& interface = *request_.interface->description;
+  switch (
+      tables_.contexts.Begin(*request_.association, interface, *request_.procedure, request_.call, *this, &handles_)) {
+    case Use::Granted:
+      granted_ = true;
+      return shared_from_this();
+    case Use::Waiting:
+      return nullptr;
+    case Use::LineFull:
+      return Refuse(kFaultServerTooBusy);
+    default:
+      return Refuse(kFaultContextMismatch);
+  }
+}
+
+// Ends an admitted call whose routine is not to run. Answers what has become ready by that.
 std::shared_ptr<Task> ServerCall::Refuse(std::uint32_t fault) {
   answered_ = true;
   tables_.interfaces.RoutineEnded(*request_.interface, *request_.procedure, Client());
@@ -81,8 +82,8 @@ std::shared_ptr<Task> ServerCall::Refuse(std::uint32_t fault) {
 }
 
 std::shared_ptr<Task> ServerCall::Run() {
-  // While it stood in line the handle may have been closed or the client may have gone.
-  if (request_.connection->Closed() || !SetValues()) return Refuse(kFaultContextMismatch);
+  if (!granted_ && !StillWanted()) return Refuse(kFaultContextMismatch);
+  SetBinding();
   if (request_.procedure->asynchronous) self_ = shared_from_this();
   const std::uint32_t fault = Invoke();
   tables_.interfaces.RoutineEnded(*request_.interface, *request_.procedure, Client());
@@ -98,15 +99,17 @@ std::shared_ptr<Task> ServerCall::Run() {
   return next ? next : other;
 }
 
-bool ServerCall::SetValues() {
+// While it stood in line the handle may have been closed or the client may have gone.
+bool ServerCall::StillWanted() {
+  return !request_.connection->Closed() && tables_.contexts.Values(handles_, *request_.procedure, request_.call);
+}
+
+void ServerCall::SetBinding() {
   const auto& parameters = request_.procedure->parameters;
-  auto handle = handles_.begin();
   for (std::size_t i = 0; i < parameters.size(); ++i) {
-    auto& argument = request_.call.arguments[i];
-    if (parameters[i].kind == ParameterKind::Binding) argument.value = static_cast<AsyncCall*>(this);
-    if (IsInput(parameters[i]) && !tables_.contexts.Value(**handle++, &argument.value)) return false;
+    if (parameters[i].kind != ParameterKind::Binding) continue;
+    request_.call.arguments[i].value = static_cast<AsyncCall*>(this);
   }
-  return true;
 }
 
 // Runs the routine. Answers the fault it left with, or 0.
@@ -154,11 +157,11 @@ void ServerCall::GiveOutHandles() {
   auto handle = handles_.begin();
   for (std::size_t i = 0; i < parameters.size(); ++i) {
     auto& argument = request_.call.arguments[i];
-    if (IsInput(parameters[i])) {
+    if (parameters[i].IsContextIn()) {
       const auto& given = *handle++;
-      if (IsOutput(parameters[i])) tables_.contexts.Update(*request_.association, *given, argument.value);
+      if (parameters[i].IsContextOut()) tables_.contexts.Update(*request_.association, *given, argument.value);
     }
-    if (!IsOutput(parameters[i])) continue;
+    if (!parameters[i].IsContextOut()) continue;
     if (argument.value == nullptr) argument.token = {};
     if (argument.value == nullptr || parameters[i].direction != Direction::Out) continue;
     std::shared_ptr<Task> rundown;
@@ -172,7 +175,7 @@ void ServerCall::GiveOutHandles() {
 // it.
 bool ServerCall::HoldsHandlesUntilReply() const {
   for (const auto& handle : handles_) {
-    if (handle->type.serialized) return true;
+    if (handle && handle->type.serialized) return true;
   }
   return false;
 }
@@ -180,6 +183,7 @@ bool ServerCall::HoldsHandlesUntilReply() const {
 std::shared_ptr<Task> ServerCall::LeaveHandles() {
   std::shared_ptr<Task> next;
   for (const auto& handle : handles_) {
+    if (!handle) continue;
     auto ready = tables_.contexts.Leave(handle);
     if (ready && next) tables_.posted.Post(std::move(ready));
     if (ready) next = std::move(ready);

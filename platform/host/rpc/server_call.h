@@ -41,21 +41,17 @@ struct ServerRequest {
   std::unique_ptr<HeldBytes> held;  // of the client's share, for a request that came in fragments
 };
 
-class ServerCall final : public AsyncCall, public Task, public std::enable_shared_from_this<ServerCall> {
+class ServerCall final : public AsyncCall, public Task {
  public:
-  // `request` has been admitted by the interface table.
   ServerCall(const ServerTables& tables, ServerRequest request);
 
-  // Finds the values behind the [in] handles and begins their use. Answers the fault when one is unknown or its line
-  // full; with `*waiting` the call stands in a handle's line and will be run by who leaves it.
-  std::uint32_t TakeHandles(bool* waiting);
-
-  // Ends a call whose routine is not to run. Answers what has become ready by that.
-  std::shared_ptr<Task> Refuse(std::uint32_t fault);
+  // For a call that its connection knows: has it admitted and begins the use of its handles. Answers what is to be run
+  // now: the call itself unless it was refused, or stands in a handle's line and will be run by who leaves that.
+  std::shared_ptr<Task> Begin();
 
   std::shared_ptr<Task> Run() override;
 
-  // The client has cancelled it, or is gone.
+  // The client has cancelled it, or is gone. The connection's lock is held.
   void MarkCancelled() { cancelled_ = true; }
   // The client no longer wants the reply either.
   void MarkOrphaned();
@@ -67,12 +63,17 @@ class ServerCall final : public AsyncCall, public Task, public std::enable_share
   // Who has made the call; not null.
   const std::shared_ptr<const TokenFacts>& ClientToken() const { return request_.connection->peer().token; }
 
+  std::uint32_t Id() const { return request_.callId; }
+
   // The call whose routine runs on this thread, or null.
   static ServerCall* Current();
 
  private:
   ClientShare& Client() const { return *request_.connection->peer().share; }
-  bool SetValues();
+  std::shared_ptr<Task> BeginAdmitted();
+  std::shared_ptr<Task> Refuse(std::uint32_t fault);
+  bool StillWanted();
+  void SetBinding();
   std::uint32_t Invoke();
   void SendResponse();
   void SendFault(std::uint32_t status, bool executed);
@@ -86,8 +87,9 @@ class ServerCall final : public AsyncCall, public Task, public std::enable_share
   const ServerTables tables_;
   ServerRequest request_;
   RPC_ASYNC_STATE state_{};
-  ContextHandles handles_;  // the [in] handles, in parameter order, in use
-  std::shared_ptr<ServerCall> self_;
+  CallHandles handles_;   // in use
+  bool granted_ = false;  // the arguments have the handles' values; set by the thread that runs the call
+  std::shared_ptr<Task> self_;
   std::atomic<bool> answered_{false};
   std::atomic<bool> cancelled_{false};
   std::atomic<bool> orphaned_{false};

@@ -34,14 +34,17 @@ bool DescriptorText(const void* descriptor, std::string* sddl) {
   return descriptor == nullptr || !sddl->empty();
 }
 
-// The runtime runs calls in turn by one handle at most.
-bool UsesSeveralSerializedHandles(const host::rpc::InterfaceDescription& description) {
+// Whether a procedure takes more context handles than the runtime provides for, which runs calls in turn by one handle
+// at most.
+bool TakesTooManyHandles(const host::rpc::InterfaceDescription& description) {
+  const auto given = [](const host::rpc::Parameter& parameter) { return parameter.IsContextIn(); };
   const auto serialized = [&](const host::rpc::Parameter& parameter) {
-    return parameter.kind == host::rpc::ParameterKind::Context && parameter.direction != host::rpc::Direction::Out &&
-           description.contextTypes[parameter.contextType].serialized;
+    return given(parameter) && description.contextTypes[parameter.contextType].serialized;
   };
   return std::any_of(description.procedures.begin(), description.procedures.end(), [&](const auto& procedure) {
-    return std::count_if(procedure.parameters.begin(), procedure.parameters.end(), serialized) > 1;
+    const auto& parameters = procedure.parameters;
+    return std::count_if(parameters.begin(), parameters.end(), serialized) > 1 ||
+           std::count_if(parameters.begin(), parameters.end(), given) > std::ptrdiff_t{host::rpc::kMostHandlesOfCall};
   });
 }
 
@@ -69,8 +72,8 @@ RPC_STATUS RpcServerRegisterIf3(RPC_IF_HANDLE ifSpec, UUID* managerType, RPC_MGR
   if (managerVector != nullptr) host::Unsupported("RpcServerRegisterIf3", "managerVector");
   if (flags != kInterfaceFlags) host::Unsupported("RpcServerRegisterIf3", "flags");
   if (callback != nullptr) host::Unsupported("RpcServerRegisterIf3", "callback");
-  if (UsesSeveralSerializedHandles(Description(ifSpec))) {
-    host::Unsupported("RpcServerRegisterIf3", "ifSpec: several serialized context handles in one procedure");
+  if (TakesTooManyHandles(Description(ifSpec))) {
+    host::Unsupported("RpcServerRegisterIf3", "ifSpec: several context handles in one procedure");
   }
   std::string sddl;
   if (!DescriptorText(securityDescriptor, &sddl)) return RPC_S_INVALID_SECURITY_DESC;

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -44,11 +45,9 @@ void ServerConnection::Send(std::span<const std::byte> bytes) {
 }
 
 void ServerConnection::SendReply(std::uint32_t callId, std::span<const std::byte> bytes) {
-  std::shared_ptr<ServerCall> ended;  // let go of after the lock
   std::lock_guard guard(lock_);
-  const auto found = calls_.find(callId);
-  if (found == calls_.end()) return;
-  ended = std::move(found->second);
+  const auto found = CallsFrom(callId);
+  if (found == calls_.end() || found->id != callId) return;
   calls_.erase(found);
   SendLocked(bytes);
 }
@@ -103,7 +102,6 @@ void ServerConnection::CountUnsent(std::size_t size) {
 }
 
 void ServerConnection::Close() {
-  decltype(calls_) calls;  // let go of after the lock
   std::lock_guard guard(lock_);
   if (socket_ < 0) return;
   closed_ = true;
@@ -112,19 +110,27 @@ void ServerConnection::Close() {
   unsent_ = {};
   unsentStart_ = 0;
   CountUnsent(0);
-  calls.swap(calls_);
-  for (const auto& [callId, call] : calls) call->MarkCancelled();
+  for (const auto& [callId, call] : std::exchange(calls_, {})) call->MarkCancelled();
 }
 
-void ServerConnection::AddCall(std::uint32_t callId, std::shared_ptr<ServerCall> call) {
+bool ServerConnection::AddCall(std::uint32_t callId, ServerCall& call) {
   std::lock_guard guard(lock_);
-  calls_.emplace(callId, std::move(call));
+  const auto next = CallsFrom(callId);
+  if (next != calls_.end() && next->id == callId) return false;
+  calls_.insert(next, {callId, &call});
+  return true;
 }
 
-std::shared_ptr<ServerCall> ServerConnection::FindCall(std::uint32_t callId) const {
+void ServerConnection::Cancel(std::uint32_t callId, bool orphaned) {
   std::lock_guard guard(lock_);
-  const auto found = calls_.find(callId);
-  return found == calls_.end() ? nullptr : found->second;
+  const auto found = CallsFrom(callId);
+  if (found == calls_.end() || found->id != callId) return;
+  orphaned ? found->call->MarkOrphaned() : found->call->MarkCancelled();
+}
+
+std::vector<ServerConnection::CallInProgress>::iterator ServerConnection::CallsFrom(std::uint32_t callId) {
+  return std::lower_bound(calls_.begin(), calls_.end(), callId,
+                          [](const CallInProgress& call, std::uint32_t id) { return call.id < id; });
 }
 
 }  // namespace host::rpc

@@ -10,8 +10,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <span>
 #include <vector>
@@ -53,13 +51,20 @@ class ServerConnection {
 
   void Send(std::span<const std::byte> bytes);
 
-  // No call of that number is in progress.
-  void AddCall(std::uint32_t callId, std::shared_ptr<ServerCall> call);
-  std::shared_ptr<ServerCall> FindCall(std::uint32_t callId) const;
+  // From now to its SendReply `call` is known by that number. False when another one is.
+  bool AddCall(std::uint32_t callId, ServerCall& call);
+  // The client has cancelled a call, if there is one of that number, and with `orphaned` wants no reply.
+  void Cancel(std::uint32_t callId, bool orphaned);
   // Ends the call's number and sends its reply, in one step: the client may use the number again on reading it.
   void SendReply(std::uint32_t callId, std::span<const std::byte> bytes);
 
  private:
+  struct CallInProgress {
+    std::uint32_t id;
+    ServerCall* call;
+  };
+
+  std::vector<CallInProgress>::iterator CallsFrom(std::uint32_t callId);
   std::size_t Write(std::span<const std::byte> bytes);
   void SendLocked(std::span<const std::byte> bytes);
   void UpdateInterest();
@@ -78,8 +83,8 @@ class ServerConnection {
   std::uint32_t interest_ = 0;
   std::vector<std::byte> unsent_;
   std::size_t unsentStart_ = 0;
-  std::size_t unsentCounted_ = 0;  // in the client's share
-  std::map<std::uint32_t, std::shared_ptr<ServerCall>> calls_;
+  std::size_t unsentCounted_ = 0;      // in the client's share
+  std::vector<CallInProgress> calls_;  // by number; nearly always one or none
 };
 
 }  // namespace host::rpc

@@ -16,6 +16,17 @@ bool Serialized(const ContextHandle& handle) {
   return handle.type.serialized;
 }
 
+// False when one of the handles has been closed.
+bool SetValues(const CallHandles& handles, const Procedure& procedure, Call& call) {
+  auto handle = handles.begin();
+  for (std::size_t i = 0; i < procedure.parameters.size(); ++i) {
+    if (!procedure.parameters[i].IsContextIn()) continue;
+    if (!(*handle)->open) return false;
+    call.arguments[i].value = (*handle++)->value;
+  }
+  return true;
+}
+
 }  // namespace
 
 // Runs the rundown routines of handles that nobody uses or can name any more.
@@ -71,25 +82,46 @@ std::shared_ptr<Task> ContextTable::Disconnect(const std::shared_ptr<Association
 }
 
 std::shared_ptr<ContextHandle> ContextTable::Find(Association& association, const ContextToken& token,
-                                                  const ContextHandleType& type) {
+                                                  const ContextHandleType& type) const {
   std::uint64_t number = 0;
   std::memcpy(&number, token.bytes.data() + kAttributesSize, sizeof(number));
-  std::lock_guard guard(lock_);
   const auto found = association.handles.find(number);
   if (found == association.handles.end()) return nullptr;
   const auto& handle = found->second;
   return handle->token == token && &handle->type == &type ? handle : nullptr;
 }
 
-Use ContextTable::BeginUse(ContextHandle& handle, const std::shared_ptr<Task>& task) {
-  std::lock_guard guard(lock_);
-  if (Serialized(handle) && handle.users > 0) {
-    if (handle.line.size() >= kMaxLine) return Use::LineFull;
-    handle.line.push_back(task);
-    return Use::Waiting;
+bool ContextTable::Find(Association& association, const InterfaceDescription& interface, const Procedure& procedure,
+                        const Call& call, CallHandles* handles) const {
+  auto handle = handles->begin();
+  for (std::size_t i = 0; i < procedure.parameters.size(); ++i) {
+    const auto& parameter = procedure.parameters[i];
+    if (!parameter.IsContextIn()) continue;
+    *handle = Find(association, call.arguments[i].token, interface.contextTypes[parameter.contextType]);
+    if (*handle++ == nullptr) return false;
   }
-  ++handle.users;
-  return Use::Granted;
+  return true;
+}
+
+Use ContextTable::Begin(Association& association, const InterfaceDescription& interface, const Procedure& procedure,
+                        Call& call, Task& task, CallHandles* handles) {
+  CallHandles found;
+  std::lock_guard guard(lock_);
+  if (!Find(association, interface, procedure, call, &found)) return Use::Unknown;
+  ContextHandle* taken = nullptr;
+  for (const auto& handle : found) {
+    if (handle && Serialized(*handle) && handle->users > 0) taken = handle.get();
+  }
+  if (taken != nullptr) {
+    if (taken->line.size() >= kMaxLine) return Use::LineFull;
+    taken->line.push_back(task.shared_from_this());
+  }
+  for (const auto& handle : found) {
+    if (handle && handle.get() != taken) ++handle->users;
+  }
+  *handles = std::move(found);
+  SetValues(*handles, procedure, call);
+  return taken != nullptr ? Use::Waiting : Use::Granted;
 }
 
 std::shared_ptr<Task> ContextTable::Leave(const std::shared_ptr<ContextHandle>& handle) {
@@ -104,10 +136,9 @@ std::shared_ptr<Task> ContextTable::Leave(const std::shared_ptr<ContextHandle>& 
   return std::make_shared<RundownTask>(*this, ContextHandles{handle});
 }
 
-bool ContextTable::Value(ContextHandle& handle, void** value) {
+bool ContextTable::Values(const CallHandles& handles, const Procedure& procedure, Call& call) {
   std::lock_guard guard(lock_);
-  *value = handle.value;
-  return handle.open;
+  return SetValues(handles, procedure, call);
 }
 
 ContextToken ContextTable::Add(Association& association, const ContextHandleType& type, void* value,

@@ -8,6 +8,7 @@
 // used waits in its line, without a thread, and is handed out by the Leave of the one before.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -52,7 +53,11 @@ struct Association {
 
 using ContextHandles = std::vector<std::shared_ptr<ContextHandle>>;
 
-enum class Use : std::uint8_t { Granted, Waiting, LineFull };
+// The handles that a call was given, in parameter order, and null behind them. One of them may be a serialized one.
+inline constexpr std::size_t kMostHandlesOfCall = 2;
+using CallHandles = std::array<std::shared_ptr<ContextHandle>, kMostHandlesOfCall>;
+
+enum class Use : std::uint8_t { Granted, Waiting, Unknown, LineFull };
 
 // Thread safe; its lock is taken last. No task is run by it: what has become ready is handed to the caller.
 class ContextTable {
@@ -64,18 +69,16 @@ class ContextTable {
   // Takes a connection away. With the last one answers the rundown to be run, if there is anything to run down now.
   std::shared_ptr<Task> Disconnect(const std::shared_ptr<Association>& association);
 
-  // The open handle `token` of that type, or null.
-  std::shared_ptr<ContextHandle> Find(Association& association, const ContextToken& token,
-                                      const ContextHandleType& type);
-
-  // Begins a use. Waiting: `task` stands in the handle's line and is answered by a later Leave, already granted.
-  // LineFull: nothing has been done.
-  Use BeginUse(ContextHandle& handle, const std::shared_ptr<Task>& task);
-  // Ends it. Answers the next call in line or the rundown that was waiting, or null.
+  // Begins the use of the handles that the [in] arguments of `call` name. Granted: the arguments have their values.
+  // Waiting: `task` stands in a handle's line and is answered by a later Leave, already granted. Unknown: one of them
+  // is not open, or of another type. After that or LineFull nothing has been done.
+  Use Begin(Association& association, const InterfaceDescription& interface, const Procedure& procedure, Call& call,
+            Task& task, CallHandles* handles);
+  // Ends one use. Answers the next call in line or the rundown that was waiting, or null.
   std::shared_ptr<Task> Leave(const std::shared_ptr<ContextHandle>& handle);
 
-  // The value behind a handle in use; false when it has been closed meanwhile.
-  bool Value(ContextHandle& handle, void** value);
+  // The arguments' values for a call that has stood in line; false when a handle has been closed meanwhile.
+  bool Values(const CallHandles& handles, const Procedure& procedure, Call& call);
 
   // Makes a handle for a value that a routine handed out. When the association has ended meanwhile, the handle has to
   // be run down at once: `rundown` then gets that task.
@@ -90,6 +93,10 @@ class ContextTable {
 
  private:
   friend class RundownTask;
+  std::shared_ptr<ContextHandle> Find(Association& association, const ContextToken& token,
+                                      const ContextHandleType& type) const;
+  bool Find(Association& association, const InterfaceDescription& interface, const Procedure& procedure,
+            const Call& call, CallHandles* handles) const;
   void RundownDone(const ContextHandle& handle);
   ContextToken MakeToken(std::uint64_t number);
   void Forget(const ContextHandle& handle);

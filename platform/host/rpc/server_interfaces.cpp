@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <utility>
 
 #include "platform/host/base/access_rights.h"
@@ -10,7 +11,7 @@ namespace host::rpc {
 
 namespace {
 
-unsigned& CallsOf(ServerInterface& interface, const Procedure& procedure) {
+std::atomic<unsigned>& CallsOf(ServerInterface& interface, const Procedure& procedure) {
   return interface.callsOf[static_cast<std::size_t>(&procedure - interface.description->procedures.data())];
 }
 
@@ -18,6 +19,25 @@ bool OpensHandle(const Procedure& procedure) {
   return std::any_of(procedure.parameters.begin(), procedure.parameters.end(), [](const Parameter& parameter) {
     return parameter.kind == ParameterKind::Context && parameter.direction == Direction::Out;
   });
+}
+
+bool HasNoCalls(const ServerInterface& interface) {
+  return std::all_of(interface.callsOf.begin(), interface.callsOf.end(), [](const auto& calls) { return calls == 0; });
+}
+
+// Counts a call against the limits of its kind.
+bool WithinLimits(ServerInterface& interface, const Procedure& procedure, ClientShare& client) {
+  if (client.handles >= kMaxHandlesOfClient && OpensHandle(procedure)) return false;
+  if (procedure.asynchronous) {
+    if (client.asynchronousCalls >= kMaxAsynchronousCallsOfClient) return false;
+    ++client.asynchronousCalls;
+    return true;
+  }
+  const unsigned maxCalls = interface.maxCalls;
+  if (interface.limitedCalls >= maxCalls || client.limitedCalls >= CallsOfClient(maxCalls)) return false;
+  ++interface.limitedCalls;
+  ++client.limitedCalls;
+  return true;
 }
 
 }  // namespace
@@ -37,10 +57,8 @@ RPC_STATUS InterfaceTable::Register(const InterfaceDescription& description, uns
                                     std::string descriptor) {
   std::lock_guard guard(lock_);
   ServerInterface* entry = Entry(description);
-  if (entry == nullptr) entry = interfaces_.emplace_back(std::make_unique<ServerInterface>()).get();
+  if (entry == nullptr) entry = interfaces_.emplace_back(std::make_unique<ServerInterface>(description)).get();
   if (entry->registered) return RPC_S_TYPE_ALREADY_REGISTERED;
-  entry->description = &description;
-  entry->callsOf.resize(description.procedures.size());
   entry->maxCalls = maxCalls;
   entry->descriptor = std::move(descriptor);
   entry->registered = true;
@@ -52,7 +70,7 @@ RPC_STATUS InterfaceTable::Unregister(const InterfaceDescription& description, b
   ServerInterface* entry = Entry(description);
   if (entry == nullptr || !entry->registered) return RPC_S_UNKNOWN_IF;
   entry->registered = false;
-  if (wait) callsEnded_.wait(guard, [entry] { return entry->openCalls == 0; });
+  if (wait) callsEnded_.wait(guard, [entry] { return HasNoCalls(*entry); });
   return RPC_S_OK;
 }
 
@@ -77,23 +95,17 @@ bool InterfaceTable::Grants(const ServerInterface& interface, const Identity& cl
   return AccessGranted(descriptor, client, GENERIC_ALL);
 }
 
+// A call is counted before it is asked whether the interface is on the air, and Unregister does both the other way
+// round: either the call is refused, or Unregister knows of it.
 Admission InterfaceTable::Admit(ServerInterface& interface, const Procedure& procedure, ClientShare& client) {
-  std::lock_guard guard(lock_);
-  if (!interface.registered) return Admission::UnknownInterface;
-  if (client.handles >= kMaxHandlesOfClient && OpensHandle(procedure)) return Admission::TooBusy;
-  if (!procedure.asynchronous) {
-    if (interface.limitedCalls >= interface.maxCalls) return Admission::TooBusy;
-    if (client.limitedCalls >= CallsOfClient(interface.maxCalls)) return Admission::TooBusy;
-    ++interface.limitedCalls;
-    ++client.limitedCalls;
-  } else {
-    if (client.asynchronousCalls >= kMaxAsynchronousCallsOfClient) return Admission::TooBusy;
-    ++interface.asynchronousCalls;
-    ++client.asynchronousCalls;
+  auto& calls = CallsOf(interface, procedure);
+  ++calls;
+  auto admission = Admission::UnknownInterface;
+  if (interface.registered) {
+    admission = WithinLimits(interface, procedure, client) ? Admission::Admitted : Admission::TooBusy;
   }
-  ++interface.openCalls;
-  ++CallsOf(interface, procedure);
-  return Admission::Admitted;
+  if (admission != Admission::Admitted) Uncount(interface, calls);
+  return admission;
 }
 
 void InterfaceTable::RoutineEnded(ServerInterface& interface, const Procedure& procedure, ClientShare& client) {
@@ -103,25 +115,34 @@ void InterfaceTable::RoutineEnded(ServerInterface& interface, const Procedure& p
 }
 
 void InterfaceTable::CallEnded(ServerInterface& interface, const Procedure& procedure, ClientShare& client) {
-  std::lock_guard guard(lock_);
-  if (procedure.asynchronous) --interface.asynchronousCalls;
   if (procedure.asynchronous) --client.asynchronousCalls;
-  --CallsOf(interface, procedure);
-  if (--interface.openCalls == 0) callsEnded_.notify_all();
+  Uncount(interface, CallsOf(interface, procedure));
+}
+
+// Only while the interface is not on the air may somebody wait for its calls to end.
+void InterfaceTable::Uncount(ServerInterface& interface, std::atomic<unsigned>& calls) {
+  --calls;
+  if (interface.registered) return;
+  std::lock_guard guard(lock_);
+  callsEnded_.notify_all();
 }
 
 unsigned InterfaceTable::OpenCalls() const {
   std::lock_guard guard(lock_);
-  unsigned calls = 0;
-  for (const auto& entry : interfaces_) calls += entry->openCalls;
-  return calls;
+  unsigned open = 0;
+  for (const auto& entry : interfaces_) open = std::accumulate(entry->callsOf.begin(), entry->callsOf.end(), open);
+  return open;
 }
 
 unsigned InterfaceTable::AsynchronousCalls() const {
   std::lock_guard guard(lock_);
-  unsigned calls = 0;
-  for (const auto& entry : interfaces_) calls += entry->asynchronousCalls;
-  return calls;
+  unsigned open = 0;
+  for (const auto& entry : interfaces_) {
+    for (const auto& procedure : entry->description->procedures) {
+      if (procedure.asynchronous) open += CallsOf(*entry, procedure);
+    }
+  }
+  return open;
 }
 
 std::map<std::string, unsigned> InterfaceTable::OpenCallsByProcedure() const {
@@ -129,7 +150,8 @@ std::map<std::string, unsigned> InterfaceTable::OpenCallsByProcedure() const {
   std::map<std::string, unsigned> calls;
   for (const auto& entry : interfaces_) {
     for (std::size_t i = 0; i < entry->callsOf.size(); ++i) {
-      if (entry->callsOf[i] != 0) calls[entry->description->procedures[i].name] += entry->callsOf[i];
+      const unsigned open = entry->callsOf[i];
+      if (open != 0) calls[entry->description->procedures[i].name] += open;
     }
   }
   return calls;

@@ -17,21 +17,22 @@
 
 namespace host::rpc {
 
-// One interface, from its first registration on. Guarded by its table; the description never changes.
+// One interface, from its first registration on.
 struct ServerInterface {
-  const InterfaceDescription* description = nullptr;
-  bool registered = false;
-  unsigned maxCalls = 0;
-  std::string descriptor;                 // who may call, as SDDL; empty: everyone
-  unsigned openCalls = 0;                 // admitted and not ended
-  std::atomic<unsigned> limitedCalls{0};  // those of them that count towards the limit: synchronous, without an outcome
-  unsigned asynchronousCalls = 0;         // those of them that are asynchronous
-  std::vector<unsigned> callsOf;          // those of each procedure
+  explicit ServerInterface(const InterfaceDescription& offered)
+      : description(&offered), callsOf(offered.procedures.size()) {}
+
+  const InterfaceDescription* const description;
+  std::string descriptor;  // who may call, as SDDL; empty: everyone. Guarded by its table
+  std::atomic<bool> registered{false};
+  std::atomic<unsigned> maxCalls{0};
+  std::atomic<unsigned> limitedCalls{0};       // what counts towards them: synchronous calls without an outcome
+  std::vector<std::atomic<unsigned>> callsOf;  // for each procedure, its calls that are admitted and not ended
 };
 
 enum class Admission : std::uint8_t { Admitted, UnknownInterface, TooBusy };
 
-// Thread safe; its lock is taken last.
+// Thread safe; its lock is taken last, and not at all for a call of an interface that is on the air.
 class InterfaceTable {
  public:
   // RPC_S_TYPE_ALREADY_REGISTERED for one that is on the air.
@@ -59,6 +60,7 @@ class InterfaceTable {
 
  private:
   ServerInterface* Entry(const InterfaceDescription& description);
+  void Uncount(ServerInterface& interface, std::atomic<unsigned>& calls);
 
   mutable std::mutex lock_;
   std::condition_variable callsEnded_;

@@ -175,26 +175,10 @@ std::shared_ptr<Task> ServerSession::Request(std::uint32_t callId, std::uint16_t
 }
 
 std::shared_ptr<Task> ServerSession::Start(ServerRequest request) {
-  const std::uint32_t callId = request.callId;
-  if (connection_->FindCall(callId)) {
-    over_ = true;  // a number in use: neither reply could be told from the other
-    return nullptr;
-  }
-  switch (tables_.interfaces.Admit(*request.interface, *request.procedure, *connection_->peer().share)) {
-    case Admission::UnknownInterface:
-      Fault(callId, request.presentationContext, kFaultUnknownInterface);
-      return nullptr;
-    case Admission::TooBusy:
-      Fault(callId, request.presentationContext, kFaultServerTooBusy);
-      return nullptr;
-    case Admission::Admitted:
-      break;
-  }
   auto call = std::make_shared<ServerCall>(tables_, std::move(request));
-  connection_->AddCall(callId, call);
-  bool waiting = false;
-  if (const auto fault = call->TakeHandles(&waiting)) return call->Refuse(fault);
-  return waiting ? nullptr : call;
+  if (connection_->AddCall(call->Id(), *call)) return call->Begin();
+  over_ = true;  // a number in use: neither reply could be told from the other
+  return nullptr;
 }
 
 void ServerSession::Fault(std::uint32_t callId, std::uint16_t contextId, std::uint32_t status) {
@@ -209,9 +193,7 @@ void ServerSession::Fault(std::uint32_t callId, std::uint16_t contextId, std::ui
 void ServerSession::Cancel(std::uint32_t callId, bool orphaned) {
   if (orphaned) partials_.Drop(callId);
   partialBytes_.Set(partials_.Bytes());
-  const auto call = connection_->FindCall(callId);
-  if (call && orphaned) call->MarkOrphaned();
-  if (call && !orphaned) call->MarkCancelled();
+  connection_->Cancel(callId, orphaned);
 }
 
 }  // namespace host::rpc

@@ -19,7 +19,7 @@
 namespace host::rpc {
 
 // One server routine or one rundown, ready to run.
-class Task {
+class Task : public std::enable_shared_from_this<Task> {
  public:
   Task() = default;
   Task(const Task&) = delete;

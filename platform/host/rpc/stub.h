@@ -39,6 +39,9 @@ struct Parameter {
   ParameterKind kind;
   Direction direction;
   std::uint8_t contextType = 0;  // index into InterfaceDescription::contextTypes, for Context
+
+  constexpr bool IsContextIn() const { return kind == ParameterKind::Context && direction != Direction::Out; }
+  constexpr bool IsContextOut() const { return kind == ParameterKind::Context && direction != Direction::In; }
 };
 
 // One argument of one call. Which members count follows from the parameter's kind.

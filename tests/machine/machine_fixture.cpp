@@ -20,12 +20,9 @@ TemporaryFolder::TemporaryFolder() {
 }
 
 TemporaryFolder::~TemporaryFolder() {
-  // A daemon that goes down may be removing files of its own still.
-  Eventually([this] {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-    return !std::filesystem::exists(path_, ignored);
-  });
+  std::error_code error;
+  std::filesystem::remove_all(path_, error);
+  EXPECT_FALSE(error) << path_ << ": " << error.message();
 }
 
 bool Eventually(const std::function<bool()>& condition) {

@@ -103,8 +103,12 @@ TEST_F(ProcessTableTest, AKilledKeeperTakesItsProgramWithIt) {
 class DaemonTest : public testing::Test {
  protected:
   DaemonTest() { host::UseMachineDirectory(folder_.path()); }
+  // It goes on with its folder after its answer.
   ~DaemonTest() override {
-    Code("machine.down");
+    const json status = Ask("machine.status");
+    if (status.contains("pid") && Code("machine.down") == 0) {
+      EXPECT_TRUE(Eventually([&status] { return IsGone(status.at("pid").get<pid_t>()); }));
+    }
     host::MachineLink::Reset();
   }
 

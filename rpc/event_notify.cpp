@@ -24,9 +24,9 @@ DWORD CRpcEventNotify::WaitEventAsync(PRPC_ASYNC_STATE asyncState, Hkd04a7Rpc_Ev
   if (!GiveUpCancelledWait()) return kWaitRefused;
   DebugLog(W("hkd04a7 - rpcserver - WaitEventAsync 2\n"));
   SetPending(asyncState, record);
-  if (!queue.empty()) {
+  if (!queue.IsEmpty()) {
     DebugLog(W("hkd04a7 - rpcserver - WaitEventAsync 3\n"));
-    const Hkd04a7Rpc_EventRecord oldest = TakeOldest();
+    const Hkd04a7Rpc_EventRecord oldest = queue.Take();
     Complete(NO_ERROR, &oldest);
     return NO_ERROR;
   }
@@ -39,25 +39,25 @@ DWORD CRpcEventNotify::NotifyCore(const Hkd04a7Rpc_EventRecord& record) {
   const MutexLock hold(lock);
   if (pendingAsync == nullptr) {
     DebugLog(W("hkd04a7 - rpcserver - notify -core 2\n"));
-    queue.push_back(record);
+    queue.Push(record);
     return 1;
   }
-  if (queue.empty()) {
+  if (queue.IsEmpty()) {
     DebugLog(W("hkd04a7 - rpcserver - notify -core 3\n"));
     Complete(NO_ERROR, &record);
     return 0;
   }
   DebugLog(W("hkd04a7 - rpcserver - notify -core 4\n"));
   // Growing may fail, taking cannot: in this order nothing is lost.
-  queue.push_back(record);
-  const Hkd04a7Rpc_EventRecord oldest = TakeOldest();
+  queue.Push(record);
+  const Hkd04a7Rpc_EventRecord oldest = queue.Take();
   Complete(NO_ERROR, &oldest);
   return 0;
 }
 
 std::size_t CRpcEventNotify::QueuedEvents() {
   const MutexLock hold(lock);
-  return queue.size();
+  return queue.Size();
 }
 
 DWORD CRpcEventNotify::CancelWait() {
@@ -125,12 +125,6 @@ bool CRpcEventNotify::GiveUpCancelledWait() {
       SetPending(nullptr, nullptr);
       return true;
   }
-}
-
-Hkd04a7Rpc_EventRecord CRpcEventNotify::TakeOldest() {
-  const Hkd04a7Rpc_EventRecord oldest = queue.front();
-  queue.pop_front();
-  return oldest;
 }
 
 }  // namespace Quorvex::PC::Hkd04a7::Service

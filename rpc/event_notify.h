@@ -2,12 +2,12 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
 
 #include "common/mutex.h"
 #include "platform/errors.h"
 #include "platform/rpc.h"
 #include "platform/rpc_interface.h"
+#include "rpc/event_queue.h"
 
 namespace Quorvex::PC::Hkd04a7::Service {
 
@@ -57,11 +57,10 @@ class CRpcEventNotify {
   DWORD CancelPending() HKD_REQUIRES(lock);
   // Makes room for a new wait. False when another one is in progress.
   bool GiveUpCancelledWait() HKD_REQUIRES(lock);
-  Hkd04a7Rpc_EventRecord TakeOldest() HKD_REQUIRES(lock);
 
   Common::Mutex lock;
   bool acceptingWaits HKD_GUARDED_BY(lock) = true;
-  std::deque<Hkd04a7Rpc_EventRecord> queue HKD_GUARDED_BY(lock);
+  EventQueue queue HKD_GUARDED_BY(lock);
   PRPC_ASYNC_STATE pendingAsync HKD_GUARDED_BY(lock) = nullptr;
   Hkd04a7Rpc_EventRecord* pendingRecord HKD_GUARDED_BY(lock) = nullptr;
 };

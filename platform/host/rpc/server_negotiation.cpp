@@ -34,6 +34,12 @@ std::optional<std::uint16_t> AcceptedFeatures(const ContextElement& element) {
 
 }  // namespace
 
+PresentationContext* FindContext(PresentationContexts& contexts, std::uint16_t id) {
+  const auto found =
+      std::find_if(contexts.begin(), contexts.end(), [id](const auto& context) { return context.id == id; });
+  return found == contexts.end() ? nullptr : &*found;
+}
+
 std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const Identity& client,
                                      const std::vector<ContextElement>& elements, bool features,
                                      PresentationContexts& contexts) {
@@ -58,12 +64,14 @@ std::vector<ContextResult> Negotiate(InterfaceTable& interfaces, const Identity&
       results.push_back(Rejected(kReasonTransferSyntaxes));
       continue;
     }
-    if (contexts.size() >= kMaxPresentationContexts && contexts.count(element.id) == 0) {
+    auto* context = FindContext(contexts, element.id);
+    if (context == nullptr && contexts.size() >= kMaxPresentationContexts) {
       results.push_back(Rejected(kReasonLocalLimit));
       continue;
     }
     if (std::exchange(asked, interface) != interface) granted = interfaces.Grants(*interface, client);
-    contexts[element.id] = {interface, ndr64 ? Syntax::Ndr64 : Syntax::Ndr, granted};
+    if (context == nullptr) context = &contexts.emplace_back();
+    *context = {element.id, interface, ndr64 ? Syntax::Ndr64 : Syntax::Ndr, granted};
     results.push_back({kResultAccepted, 0, syntax});
   }
   return results;

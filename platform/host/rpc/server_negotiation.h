@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <vector>
 
 #include "platform/host/rpc/pdu.h"
@@ -11,12 +10,16 @@
 namespace host::rpc {
 
 struct PresentationContext {
+  std::uint16_t id = 0;
   ServerInterface* interface = nullptr;
   Syntax syntax = Syntax::Ndr;
   bool granted = false;  // the interface's descriptor lets the client call it
 };
 
-using PresentationContexts = std::map<std::uint16_t, PresentationContext>;
+using PresentationContexts = std::vector<PresentationContext>;  // of different numbers
+
+// Null when there is none of that number.
+PresentationContext* FindContext(PresentationContexts& contexts, std::uint16_t id);
 
 // One result for each element. What is accepted is entered in `contexts`. Of the elements that offer one interface,
 // only those of the preferred syntax are accepted: NDR64 where it is offered, else NDR. Bind-time features are answered

@@ -21,7 +21,7 @@ constexpr std::uint64_t kPostedId = 1;
 constexpr int kEventsAtOnce = 64;
 constexpr int kAcceptsAtOnce = 16;
 // How many tasks may go by before the sockets are looked at again.
-constexpr unsigned kTasksPerPoll = 32;
+constexpr unsigned kTasksPerPoll = 128;
 // How long accepting rests when the process has run out of file descriptors.
 constexpr std::chrono::milliseconds kAcceptRetry{500};
 constexpr int kForever = -1;
@@ -126,22 +126,21 @@ std::shared_ptr<Task> ServerRuntime::Next() {
 
 // One PDU of each session in turn.
 std::shared_ptr<Task> ServerRuntime::NextFromSessions() {
-  auto session = std::move(withInput_.front());
+  ServerSession& session = *withInput_.front();
   withInput_.pop_front();
-  session->queued = false;
+  session.queued = false;
   std::shared_ptr<Task> task;
-  const bool more = session->Next(&task);
-  if (more) {
-    Queue(std::move(session));
-  } else if (session->Over()) {
-    task = End(*session);
+  if (session.Next(&task)) {
+    Queue(session);
+  } else if (session.Over()) {
+    task = End(session);
   }
   return task;
 }
 
-void ServerRuntime::Queue(std::shared_ptr<ServerSession> session) {
-  if (std::exchange(session->queued, true)) return;
-  withInput_.push_back(std::move(session));
+void ServerRuntime::Queue(ServerSession& session) {
+  if (std::exchange(session.queued, true)) return;
+  withInput_.push_back(&session);
 }
 
 std::shared_ptr<Task> ServerRuntime::End(ServerSession& session) {
@@ -159,11 +158,12 @@ std::shared_ptr<Task> ServerRuntime::End(ServerSession& session) {
   return rundown;
 }
 
-std::shared_ptr<ServerSession> ServerRuntime::FindSession(std::uint64_t id) const {
+ServerSession* ServerRuntime::FindSession(std::uint64_t id) const {
   const auto found = sessions_.find(id);
-  return found == sessions_.end() ? nullptr : found->second;
+  return found == sessions_.end() ? nullptr : found->second.get();
 }
 
+// All are read before the first is served: its reply may wake a client that then takes the processor.
 void ServerRuntime::Poll(int timeout) {
   epoll_event events[kEventsAtOnce];
   const int count = epoll_wait(epoll_, events, kEventsAtOnce, timeout);
@@ -173,8 +173,8 @@ void ServerRuntime::Poll(int timeout) {
 
 void ServerRuntime::HandleEvent(std::uint64_t id, std::uint32_t events) {
   if (id == kPostedId) return posted_.Acknowledge();
-  auto session = FindSession(id);
-  if (!session) return AcceptFrom(id);
+  ServerSession* const session = FindSession(id);
+  if (session == nullptr) return AcceptFrom(id);
   auto& connection = session->connection();
   if ((events & EPOLLOUT) != 0) connection.Flush();
   const bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;
@@ -184,7 +184,7 @@ void ServerRuntime::HandleEvent(std::uint64_t id, std::uint32_t events) {
   } else if (hungUp) {
     session->SetHungUp();
   }
-  Queue(std::move(session));
+  Queue(*session);
 }
 
 void ServerRuntime::AcceptFrom(std::uint64_t listener) {

@@ -57,13 +57,13 @@ class ServerRuntime final : public TaskSource {
   std::shared_ptr<Task> NextFromSessions();
   void Poll(int timeout);
   void HandleEvent(std::uint64_t id, std::uint32_t events);
+  void Queue(ServerSession& session);
   void AcceptFrom(std::uint64_t listener);
   void AcceptOne(int socket, const ServerEndpoint& endpoint);
   std::uint64_t TakeId();
   void PauseAccepting(bool pause);
-  void Queue(std::shared_ptr<ServerSession> session);
   std::shared_ptr<Task> End(ServerSession& session);
-  std::shared_ptr<ServerSession> FindSession(std::uint64_t id) const;
+  ServerSession* FindSession(std::uint64_t id) const;
 
   InterfaceTable interfaces_;
   ContextTable contexts_;
@@ -73,9 +73,9 @@ class ServerRuntime final : public TaskSource {
   const int epoll_;
 
   // The polling thread's.
-  std::deque<std::shared_ptr<ServerSession>> withInput_;
-  unsigned sincePoll_ = 0;        // tasks answered
-  bool acceptingPaused_ = false;  // out of file descriptors
+  std::deque<ServerSession*> withInput_;  // a session ends outside it
+  unsigned sincePoll_ = 0;                // tasks answered
+  bool acceptingPaused_ = false;          // out of file descriptors
   std::chrono::steady_clock::time_point acceptAgain_;
   ClientShares shares_;
 

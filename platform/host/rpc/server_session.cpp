@@ -143,30 +143,23 @@ std::shared_ptr<Task> ServerSession::Assemble(const PduHeader& header, const Req
 
 std::shared_ptr<Task> ServerSession::Request(std::uint32_t callId, std::uint16_t contextId, std::uint16_t procedure,
                                              std::span<const std::byte> stub, std::unique_ptr<HeldBytes> held) {
-  const auto context = contexts_.find(contextId);
-  if (context == contexts_.end()) {
+  const PresentationContext* const context = FindContext(contexts_, contextId);
+  if (context == nullptr) {
     Fault(callId, contextId, kFaultBadPresentationContext);
     return nullptr;
   }
-  if (!context->second.granted) {
+  if (!context->granted) {
     Fault(callId, contextId, kFaultAccessDenied);
     return nullptr;
   }
-  const auto& procedures = context->second.interface->description->procedures;
+  const auto& procedures = context->interface->description->procedures;
   if (procedure >= procedures.size()) {
     Fault(callId, contextId, kFaultProcedureOutOfRange);
     return nullptr;
   }
-  ServerRequest request{connection_,
-                        association_,
-                        context->second.interface,
-                        &procedures[procedure],
-                        context->second.syntax,
-                        callId,
-                        contextId,
-                        maxFragment_,
-                        {},
-                        std::move(held)};
+  ServerRequest request{
+      connection_,  association_, context->interface, &procedures[procedure], context->syntax, callId, contextId,
+      maxFragment_, {},           std::move(held)};
   if (const auto fault = ReadRequest(*request.procedure, request.syntax, stub, request.call)) {
     Fault(callId, contextId, fault);
     return nullptr;

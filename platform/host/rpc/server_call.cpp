@@ -221,6 +221,7 @@ RPC_STATUS ServerCall::Complete(PRPC_ASYNC_STATE, void* reply) {
   SendResponse();
   // A wait that ends without an event is nobody's receipt.
   if (request_.call.result == 0) entry.Write("rpc", "wait answered");
+  if (currentCall == nullptr) tables_.posted.NoteDelivery();
   tables_.posted.Post(HalfEnded());
   return RPC_S_OK;
 }

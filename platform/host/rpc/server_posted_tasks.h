@@ -26,12 +26,20 @@ class PostedTasks {
   void Post(std::shared_ptr<Task> task);
   // The oldest, or null.
   std::shared_ptr<Task> Take();
+  // A thread that is no call thread has completed a call, and probably goes on to the next: an event has many clients.
+  void NoteDelivery() { delivering_.store(true, std::memory_order_relaxed); }
+  // Whether there has been one since the last look.
+  bool TakeDelivery() {
+    return delivering_.load(std::memory_order_relaxed) && delivering_.exchange(false, std::memory_order_relaxed);
+  }
+
   // Whether there is one to take.
   bool Any() const { return any_; }
 
  private:
   const int event_;
   std::atomic<bool> any_{false};  // whether tasks_ holds one; looked at first, without the lock
+  std::atomic<bool> delivering_{false};
   std::mutex lock_;
   std::deque<std::shared_ptr<Task>> tasks_;
 };

@@ -1,7 +1,7 @@
 // Everything at once for a while, in stretches between which all clients leave: what the service and the daemon hold at
 // the end of each is what they held after the first.
 //
-// HKD_LOAD_SECONDS sets the length, a minute otherwise.
+// HKD_LOAD_SECONDS sets the length, half a minute at least; a minute otherwise.
 #include <algorithm>
 #include <cstdlib>
 #include <thread>
@@ -26,7 +26,7 @@ constexpr seconds kLinger{6};  // of threads that are not needed any more
 
 seconds Length() {
   const char* given = std::getenv("HKD_LOAD_SECONDS");
-  return seconds(given != nullptr ? std::atoi(given) : 60);
+  return seconds(std::max(given != nullptr ? std::atoi(given) : 60, 30));
 }
 
 struct Level {
@@ -97,7 +97,10 @@ class MixedLoadTest : public LoadTest {
   }
 
   static void ExpectLevel(const ProcessFigures& first, const ProcessFigures& last, std::uint64_t growthKiB) {
-    EXPECT_LE(last.privateKiB, first.privateKiB + growthKiB);
+    // The sanitizers keep memory of their own.
+    if (kSlowness == 1) {
+      EXPECT_LE(last.privateKiB, first.privateKiB + growthKiB);
+    }
     EXPECT_EQ(last.descriptors, first.descriptors);
     EXPECT_EQ(last.threads, first.threads);
   }

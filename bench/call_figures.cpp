@@ -12,6 +12,7 @@
 #include "client/device_session.h"
 #include "platform/host/base/text.h"
 #include "platform/host/kernel/executable_path.h"
+#include "service/debug_log.h"
 
 namespace bench {
 
@@ -23,6 +24,7 @@ constexpr Goal kRate = AtLeast(0.76, 0.9);
 constexpr Goal kSpread = AtMost(10);
 constexpr Goal kOpenMicroseconds = AtMost(200);
 constexpr Goal kSessionKiB = AtMost(6);
+constexpr Goal kLogNanoseconds = AtMost(1);
 constexpr unsigned kManyClients = 16;
 constexpr unsigned kCrowd = 64;
 
@@ -35,7 +37,7 @@ struct Phase {
 
 Phase Call(const Measurement& measurement, const std::vector<CallingClient>& clients) {
   CallTimes times;
-  if (!CallFor(measurement.Phase(), clients, &times)) GiveUp("call");
+  if (!CallFor(measurement.Phase(), clients, &times)) CannotGoOn("call");
   CloseAll(clients);
   const auto median = static_cast<double>(Median(times.roundTrips));
   return {median / 1000, static_cast<double>(Quantile(times.roundTrips, 0.99)) / median, times.callsPerSecond};
@@ -45,13 +47,13 @@ Phase Call(const Measurement& measurement, const std::vector<CallingClient>& cli
 double CallThroughLibrary(const Measurement& measurement) {
   client::Connection connection;
   client::DeviceSession session(connection);
-  if (!connection.Open().Ok() || !session.Open().Ok()) GiveUp("open a session through the client library");
+  if (!connection.Open().Ok() || !session.Open().Ok()) CannotGoOn("open a session through the client library");
   std::vector<std::int64_t> times;
   const std::int64_t until = Now() + measurement.Phase();
   while (Now() < until) {
     DWORD result = 0;
     const std::int64_t begin = Now();
-    if (!session.Call(0, 0, 0, 0, &result).Ok()) GiveUp("call through the client library");
+    if (!session.Call(0, 0, 0, 0, &result).Ok()) CannotGoOn("call through the client library");
     times.push_back(Now() - begin);
   }
   return Microseconds(Median(times));
@@ -64,7 +66,7 @@ double CallDeviceAlone() {
   path.resize(path.rfind(u'/') + 1);
   void* library = dlopen((host::ToUtf8(path) + "hkd04a7-utility.dll").c_str(), RTLD_NOW | RTLD_LOCAL);
   auto* function = library == nullptr ? nullptr : reinterpret_cast<Function*>(dlsym(library, "InternalCallFuncMethod"));
-  if (function == nullptr) GiveUp("load the device stand-in");
+  if (function == nullptr) CannotGoOn("load the device stand-in");
   constexpr int kCalls = 1'000'000;
   std::uint32_t result = 0;
   const std::int64_t begin = Now();
@@ -72,6 +74,17 @@ double CallDeviceAlone() {
   const std::int64_t end = Now();
   dlclose(library);
   return Microseconds(end - begin) / kCalls;
+}
+
+// The time of one log line of the product that is switched off, in nanoseconds.
+double LogSwitchedOff() {
+  constexpr int kLines = 10'000'000;
+  const std::int64_t begin = Now();
+  for (int i = 0; i < kLines; ++i) {
+    Quorvex::PC::Hkd04a7::DebugLog(W("line %d of %s\n"), i, W("many"));
+    asm volatile("" ::: "memory");  // the switch is looked at for each line
+  }
+  return static_cast<double>(Now() - begin) / kLines;
 }
 
 // What one session on a connection of its own adds to the resident size, in KiB.
@@ -144,6 +157,7 @@ std::vector<Figure> MeasureCalls(const Measurement& measurement, unsigned sessio
       FigureOf("64 raw clients, 99th percentile of a call", "medians", rounds.rawSpread),
       FigureOf("opening a session, library loaded", "us", rounds.open, kOpenMicroseconds),
       FigureOf("resident size of a session and its connection", "KiB", {size}, kSessionKiB),
+      FigureOf("a log line, switched off", "ns", {LogSwitchedOff()}, kLogNanoseconds),
   };
 }
 

@@ -11,36 +11,17 @@
 #include "bench/clock.h"
 #include "bench/raw_events.h"
 #include "bench/server_roles.h"
-#include "bench/service_clients.h"
-#include "bench/temporary_machine.h"
 #include "platform/host/link/unix_socket.h"
-#include "platform/host/rpc/hkd04a7_description.h"
-
-using namespace host::rpc;
 
 namespace bench {
 
 namespace {
 
 constexpr int kEventsAtOnce = 64;
-constexpr std::size_t kEventSize = 40;     // of either server's
-constexpr std::size_t kNumberOffset = 28;  // of an event's second word in the response
-
-EventClient Subscribe() {
-  EventClient client;
-  client.socket = ConnectAndBind(EndpointPath(), ProductInterface());
-  if (client.socket < 0) GiveUp("connect");
-  Call wait;
-  wait.arguments.resize(2);
-  wait.arguments[0].token = OpenHandle(client.socket, ProductProcedure(hkd04a7::kEventNotifyCreate));
-  if (wait.arguments[0].token.IsNull()) GiveUp("subscribe");
-  client.wait = RequestFor(ProductProcedure(hkd04a7::kEventNotifyWaitEventAsync), wait);
-  return client;
-}
 
 EventClient SubscribeRaw() {
   EventClient client{host::ConnectUnixSocket(RawEventsPath()), Bytes(kRawWaitSize)};
-  if (client.socket < 0) GiveUp("connect to the raw server");
+  if (client.socket < 0) CannotGoOn("connect to the raw server");
   return client;
 }
 
@@ -72,8 +53,8 @@ EventClients::EventClients(const ServerProcess& server, bool numbered, std::vect
   control_.clients = static_cast<std::uint32_t>(clients_.size());
   for (EventClient& client : clients_) {
     epoll_event event{EPOLLIN, {.ptr = &client}};
-    if (epoll_ctl(epoll_, EPOLL_CTL_ADD, client.socket, &event) != 0) GiveUp("be watched");
-    if (!Send(client.socket, client.wait)) GiveUp("wait for an event");
+    if (epoll_ctl(epoll_, EPOLL_CTL_ADD, client.socket, &event) != 0) CannotGoOn("be watched");
+    if (!Send(client.socket, client.wait)) CannotGoOn("wait for an event");
   }
 }
 
@@ -85,17 +66,17 @@ EventClients::~EventClients() {
 
 void EventClients::ReadEvent(EventClient& client) {
   std::byte event[256];
-  if (recv(client.socket, event, sizeof(event), 0) != static_cast<ssize_t>(kEventSize)) GiveUp("read an event");
+  if (recv(client.socket, event, sizeof(event), 0) != static_cast<ssize_t>(kEventSize)) CannotGoOn("read an event");
   std::uint32_t number = client.read;
-  if (numbered_) std::memcpy(&number, event + kNumberOffset, sizeof(number));
-  if (number != client.read) GiveUp("read the events in their order");
+  if (numbered_) std::memcpy(&number, event + kEventNumberOffset, sizeof(number));
+  if (number != client.read) CannotGoOn("read the events in their order");
   std::uint32_t& reads = reads_[client.read++ % std::size(reads_)];
   if (++reads == clients_.size()) {
     lastRead_ = Now();
     reads = 0;
     control_.CountRead();
   }
-  if (!Send(client.socket, client.wait)) GiveUp("wait for the next event");
+  if (!Send(client.socket, client.wait)) CannotGoOn("wait for the next event");
 }
 
 void EventClients::ReadReady() {

@@ -5,17 +5,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "bench/prepared_calls.h"
 #include "bench/server_process.h"
+#include "bench/subscriber.h"
 
 namespace bench {
-
-// A connection with a wait outstanding, and the bytes that ask again.
-struct EventClient {
-  int socket = -1;
-  Bytes wait;
-  std::uint32_t read = 0;  // events so far
-};
 
 class EventClients {
  public:

@@ -11,11 +11,23 @@
 
 namespace bench {
 
+namespace {
+
+void WaitWhile(std::atomic<std::uint32_t>& word, std::uint32_t value) {
+  syscall(SYS_futex, &word, FUTEX_WAIT, value, nullptr, nullptr, 0);
+}
+
+void Wake(std::atomic<std::uint32_t>& word) {
+  syscall(SYS_futex, &word, FUTEX_WAKE, 1, nullptr, nullptr, 0);
+}
+
+}  // namespace
+
 bool EventControl::AwaitRoom() {
   if (!Full()) return ended == 0;
   held = 1;
   for (std::uint32_t seen = read; ended == 0 && delivered - seen > kMostInFlight / 2; seen = read) {
-    syscall(SYS_futex, &read, FUTEX_WAIT, seen, nullptr, nullptr, 0);
+    WaitWhile(read, seen);
   }
   held = 0;
   return ended == 0;
@@ -23,7 +35,16 @@ bool EventControl::AwaitRoom() {
 
 void EventControl::CountRead() {
   ++read;
-  if (held != 0 && InFlight() <= kMostInFlight / 2) syscall(SYS_futex, &read, FUTEX_WAKE, 1, nullptr, nullptr, 0);
+  if (held != 0 && InFlight() <= kMostInFlight / 2) Wake(read);
+}
+
+void EventControl::Notify() {
+  ++notices;
+  Wake(notices);
+}
+
+void EventControl::AwaitNotice(std::uint32_t seen) {
+  while (notices == seen) WaitWhile(notices, seen);
 }
 
 EventControl& MapEventControl(const std::string& path) {

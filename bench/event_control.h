@@ -21,6 +21,7 @@ struct EventControl {
   std::atomic<std::uint32_t> clients;  // how many there are, each with a wait outstanding
   std::atomic<std::uint32_t> read;     // events that all of them have read
   std::atomic<std::uint32_t> ended;    // 1: no further event is wanted
+  std::atomic<std::uint32_t> notices;  // notifications that the device is to make, so far
 
   std::uint32_t InFlight() const { return delivered - read; }
   bool Full() const { return InFlight() >= kMostInFlight; }
@@ -30,6 +31,10 @@ struct EventControl {
 
   // The clients' side: one more event that all have read.
   void CountRead();
+
+  // Has the device notify; and the device's wait for that: until there have been other than `seen` of them.
+  void Notify();
+  void AwaitNotice(std::uint32_t seen);
 };
 
 // The memory behind the file `path`, which is made when it is not there. Ends the program when it cannot be had.

@@ -1,10 +1,13 @@
 #include "bench/event_figures.h"
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <string>
 
 #include "bench/clock.h"
 #include "bench/event_clients.h"
+#include "bench/server_roles.h"
 #include "bench/statistics.h"
 
 namespace bench {
@@ -27,6 +30,8 @@ constexpr Crowd kCrowds[] = {
 constexpr int kWarmUpEvents = 3;
 constexpr int kEventsBeforeSize = 100;
 constexpr Goal kSubscriptionKiB = AtMost(5, 2);
+constexpr unsigned kSubscriptionsWithoutWait = 100;
+constexpr Goal kQueuedEventBytes = AtMost(24);  // its three words, and room for as many again
 
 struct Phase {
   double median = 0;  // of an event, microseconds
@@ -87,6 +92,18 @@ Figure MeasureSubscriptionSize(unsigned subscriptions, const ServerProcess& serv
   const double added = static_cast<double>(service.ResidentBytes()) - static_cast<double>(before);
   return FigureOf("resident size of a subscription and its connection", "KiB", {added / subscriptions / 1024},
                   kSubscriptionKiB);
+}
+
+Figure MeasureQueuedEvent(const ServerProcess& service) {
+  std::vector<EventClient> clients;
+  for (unsigned i = 0; i < kSubscriptionsWithoutWait; ++i) clients.push_back(Subscribe());
+  const std::size_t before = service.ResidentBytes();
+  service.Order(kQueue);
+  service.AwaitAnswer();
+  const double added = static_cast<double>(service.ResidentBytes()) - static_cast<double>(before);
+  for (const EventClient& client : clients) close(client.socket);
+  return FigureOf("resident size of an event in a queue", "bytes", {added / kSubscriptionsWithoutWait / kQueuedEvents},
+                  kQueuedEventBytes);
 }
 
 }  // namespace bench

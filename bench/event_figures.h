@@ -19,4 +19,7 @@ std::vector<Figure> MeasureEvents(const Measurement& measurement, unsigned mostC
 // them, each on a connection of its own, with a wait outstanding and after 100 events.
 Figure MeasureSubscriptionSize(unsigned subscriptions, const ServerProcess& service);
 
+// What an event adds to the resident size of `service`, another such server, for each subscription that never waits.
+Figure MeasureQueuedEvent(const ServerProcess& service);
+
 }  // namespace bench

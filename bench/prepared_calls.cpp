@@ -3,6 +3,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "platform/host/link/unix_socket.h"
 #include "platform/host/rpc/hkd04a7_description.h"
 #include "platform/host/rpc/pdu_parse.h"
@@ -34,6 +37,11 @@ bool Accepted(const Bytes& pdu) {
 }
 
 }  // namespace
+
+void CannotGoOn(const char* what) {
+  std::fprintf(stderr, "a client could not %s\n", what);
+  std::exit(1);
+}
 
 SyntaxId ProductInterface() {
   return {hkd04a7::kInterfaceUuid, hkd04a7::kMajorVersion, hkd04a7::kMinorVersion};

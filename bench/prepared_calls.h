@@ -13,6 +13,9 @@ namespace bench {
 
 using host::rpc::Bytes;
 
+// Ends the program: a client could not do `what`.
+[[noreturn]] void CannotGoOn(const char* what);
+
 // One procedure of an interface.
 struct Target {
   const host::rpc::Procedure* procedure = nullptr;

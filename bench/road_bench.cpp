@@ -1,5 +1,7 @@
-// What the targets behind the RPC step cost: the fan-out's own time where nothing is listed for an event, and how long
-// an app service waits for its message from the moment at which the service creates the client mode's process.
+// What the road of an event costs before and behind the RPC step: from the device's notification to a client of the
+// real service, the fan-out's own time where nothing is listed for an event, and how long an app service waits for its
+// message from the moment at which the service creates the client mode's process. And what the service costs that has
+// no event.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <string>
@@ -9,6 +11,7 @@
 #include "bench/clock.h"
 #include "bench/measurement.h"
 #include "bench/road_machine.h"
+#include "bench/service_figures.h"
 #include "bench/statistics.h"
 #include "device/event_notify.h"
 #include "platform/com.h"
@@ -66,24 +69,42 @@ std::vector<double> MeasureReceipt(bench::RoadMachine& machine, const bench::Mea
   return rounds;
 }
 
+// The real service beside a device that answers from memory.
+std::vector<bench::Figure> MeasureService(bench::RoadMachine& machine, const bench::Measurement& measurement,
+                                          unsigned idleSeconds) {
+  constexpr unsigned kWaits = 100;
+  const pid_t service = machine.StartServiceOfMemory();
+  std::vector<bench::Figure> figures{bench::MeasureNotification(measurement)};
+  for (const unsigned waits : {0u, kWaits}) {
+    if (idleSeconds == 0) break;
+    for (bench::Figure& figure : bench::MeasureIdle(service, waits, idleSeconds)) figures.push_back(std::move(figure));
+  }
+  machine.EndService();
+  return figures;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   bench::Measurement measurement;
   unsigned events = 1000;
   unsigned presses = 20;
-  CLI::App app("What the targets behind the RPC step cost.", "road-bench");
+  unsigned idle = 2;
+  CLI::App app("What the road of an event costs, and an idle service.", "road-bench");
   bench::AddOptions(app, measurement);
   bench::AddCheckOption(app, measurement);
   app.add_option("--events", events, "events a round")->check(CLI::Range(1u, 100'000u));
   app.add_option("--presses", presses, "presses a round, each with a client mode")->check(CLI::Range(1u, 10'000u));
+  app.add_option("--idle", idle, "seconds in which the idle service is watched; 0: not at all")
+      ->check(CLI::Range(0u, 3600u));
   int code = 0;
   if (!bench::Prepare(app, argc, argv, measurement, &code)) return code;
 
   bench::RoadMachine machine;
-  const std::vector<bench::Figure> figures = {
-      bench::FigureOf("NotifyEvent, nothing listed", "us", MeasureFanOut(measurement, events), kFanOutMicroseconds),
-      bench::FigureOf("process creation to app service", "ms", MeasureReceipt(machine, measurement, presses),
-                      kReceiptMilliseconds)};
+  std::vector<bench::Figure> figures = MeasureService(machine, measurement, idle);
+  figures.push_back(
+      bench::FigureOf("NotifyEvent, nothing listed", "us", MeasureFanOut(measurement, events), kFanOutMicroseconds));
+  figures.push_back(bench::FigureOf("process creation to app service", "ms",
+                                    MeasureReceipt(machine, measurement, presses), kReceiptMilliseconds));
   return bench::Report(measurement, figures);
 }

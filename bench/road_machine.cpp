@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "appservice/registration_keys.h"
+#include "bench/device_control.h"
 #include "platform/errors.h"
 #include "platform/host/base/text.h"
 #include "platform/host/identity/process_token.h"
@@ -90,16 +91,32 @@ void RoadMachine::RegisterApp() {
   if (code != ERROR_SUCCESS) GiveUp("the registration cannot be written: " + std::to_string(code));
 }
 
-void RoadMachine::StartServiceAndApp() {
-  RegisterApp();
-  Ask({{"op", "package.add"}, {"package", kPackage}, {"service", {{"name", kAppService}}}});
+void RoadMachine::StartService(const std::string& program) {
   Ask({{"op", "service.create"},
        {"name", kService},
        {"displayName", "road bench"},
-       {"program", ProgramBeside("hkd04a7-service")},
+       {"program", program},
        {"arguments", json::array({"-service"})},
        {"startType", 3}});
   Ask({{"op", "service.start"}, {"name", kService}});
+}
+
+pid_t RoadMachine::StartServiceOfMemory() {
+  StartService(ProgramBeside("bench/hkd04a7-service"));
+  Await("the service's device wait", [] { return DeviceControl().clients == 1; });
+  return Ask({{"op", "service.query"}, {"name", kService}}).at("pid");
+}
+
+void RoadMachine::EndService() {
+  Ask({{"op", "service.stop"}, {"name", kService}});
+  Await("the service's end", [] { return Ask({{"op", "service.query"}, {"name", kService}}).at("pid") == 0; });
+  Ask({{"op", "service.delete"}, {"name", kService}});
+}
+
+void RoadMachine::StartServiceAndApp() {
+  RegisterApp();
+  Ask({{"op", "package.add"}, {"package", kPackage}, {"service", {{"name", kAppService}}}});
+  StartService(ProgramBeside("hkd04a7-service"));
   Await("the service's device wait", [this] { return !device_->Counts().waiters.empty(); });
   Ask({{"op", "journal.read"}});
   recorder_ = std::make_unique<tool::RoadRecorder>(*device_);

@@ -1,6 +1,8 @@
 // A simulated machine with a user who is logged on, for measuring the targets behind the RPC step.
 #pragma once
 
+#include <sys/types.h>
+
 #include <memory>
 #include <string>
 
@@ -19,6 +21,11 @@ class RoadMachine {
   RoadMachine(const RoadMachine&) = delete;
   RoadMachine& operator=(const RoadMachine&) = delete;
 
+  // Starts the service beside a device that answers from memory (device_control.h) and waits until it listens to that
+  // device; ends it. Its process.
+  pid_t StartServiceOfMemory();
+  void EndService();
+
   // Starts the service, and the app service of a package that is registered for switch 1.
   void StartServiceAndApp();
 
@@ -28,6 +35,7 @@ class RoadMachine {
 
  private:
   void RegisterApp();
+  void StartService(const std::string& program);
 
   TemporaryMachine folder_;
   std::unique_ptr<machine::Machine> machine_;

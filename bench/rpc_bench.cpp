@@ -16,9 +16,10 @@ using Figures = std::vector<bench::Figure>;
 
 // Each part has a server of its own: what a subscription or a session adds to its size shows only in a fresh one.
 Figures Events(const bench::Measurement& measurement, unsigned many) {
+  const bench::Figure queued = bench::MeasureQueuedEvent(bench::ServerProcess(bench::kRpcRole));
   const bench::ServerProcess service(bench::kRpcRole);
   const bench::ServerProcess raw(bench::kRawEventsRole);
-  Figures figures{bench::MeasureSubscriptionSize(many, service)};
+  Figures figures{bench::MeasureSubscriptionSize(many, service), queued};
   for (bench::Figure& figure : bench::MeasureEvents(measurement, many, service, raw)) {
     figures.push_back(std::move(figure));
   }

@@ -68,6 +68,11 @@ bool DeliverMany(EventControl& control) {
   return Answer(true);
 }
 
+bool Queue(EventControl& control) {
+  for (unsigned i = 0; i < kQueuedEvents; ++i) Deliver(control);
+  return Answer(true);
+}
+
 bool CarryOut(char order, EventControl& control) {
   switch (order) {
     case kAwaitIdle:
@@ -76,6 +81,8 @@ bool CarryOut(char order, EventControl& control) {
       return DeliverOne(control);
     case kDeliverMany:
       return DeliverMany(control);
+    case kQueue:
+      return Queue(control);
     default:
       return false;
   }

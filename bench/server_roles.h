@@ -16,8 +16,11 @@ inline constexpr const char* kRawEventsRole = "--serve-raw-events";
 inline constexpr char kAwaitIdle = 'i';    // wait until no connection and no context handle is left
 inline constexpr char kDeliverOne = 'd';   // one event, once every client waits and has rested; no answer but the event
 inline constexpr char kDeliverMany = 'm';  // events, at most EventControl::kMostInFlight at once, until the end
+inline constexpr char kQueue = 'q';        // for kRpcRole: kQueuedEvents at once
 inline constexpr char kYes = 'y';
 inline constexpr char kNo = 'n';
+
+inline constexpr unsigned kQueuedEvents = 5000;
 
 // The sockets of the raw roles in the machine of this process.
 std::string RawCallsPath();

@@ -2,9 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-
 #include "bench/clock.h"
 #include "bench/engine_interface.h"
 #include "bench/raw_calls.h"
@@ -28,30 +25,25 @@ Call HandleCall(const Target& target, const ContextToken& handle) {
 CallingClient ConnectSession(const SessionInterface& interface) {
   CallingClient client;
   client.socket = ConnectAndBind(EndpointPath(), interface.id);
-  if (client.socket < 0) GiveUp("connect");
+  if (client.socket < 0) CannotGoOn("connect");
   const ContextToken session = OpenHandle(client.socket, interface.open);
-  if (session.IsNull()) GiveUp("open a session");
+  if (session.IsNull()) CannotGoOn("open a session");
   Call call = HandleCall(interface.call, session);
   client.request = RequestFor(interface.call, call);
-  if (!Send(client.socket, client.request)) GiveUp("call");
+  if (!Send(client.socket, client.request)) CannotGoOn("call");
   client.reply = ReceivePdu(client.socket);
-  if (!ReadAnswer(interface.call, client.reply, call)) GiveUp("call");
+  if (!ReadAnswer(interface.call, client.reply, call)) CannotGoOn("call");
   return client;
 }
 
 void CloseSession(int socket, const SessionInterface& interface, const ContextToken& session) {
   Call call = HandleCall(interface.close, session);
   if (!Send(socket, RequestFor(interface.close, call)) || !ReadAnswer(interface.close, ReceivePdu(socket), call)) {
-    GiveUp("close a session");
+    CannotGoOn("close a session");
   }
 }
 
 }  // namespace
-
-void GiveUp(const char* what) {
-  std::fprintf(stderr, "a client could not %s\n", what);
-  std::exit(1);
-}
 
 SessionInterface ProductSessions() {
   return {ProductInterface(), ProductProcedure(hkd04a7::kDeviceCreate), ProductProcedure(hkd04a7::kDeviceClose),
@@ -72,7 +64,7 @@ std::vector<CallingClient> ConnectRaw(unsigned count) {
   std::vector<CallingClient> clients;
   for (unsigned i = 0; i < count; ++i) {
     clients.push_back(ConnectRawClient(RawCallsPath()));
-    if (clients.back().socket < 0) GiveUp("connect to the raw server");
+    if (clients.back().socket < 0) CannotGoOn("connect to the raw server");
   }
   return clients;
 }
@@ -81,14 +73,14 @@ std::vector<std::int64_t> OpenSessionsFor(std::int64_t nanoseconds, const Sessio
   // The library is loaded while another session is open.
   const std::vector<CallingClient> other = ConnectSessions(interface, 1);
   const int socket = ConnectAndBind(EndpointPath(), interface.id);
-  if (socket < 0) GiveUp("connect");
+  if (socket < 0) CannotGoOn("connect");
   std::vector<std::int64_t> times;
   const std::int64_t until = Now() + nanoseconds;
   while (Now() < until) {
     const std::int64_t begin = Now();
     const ContextToken session = OpenHandle(socket, interface.open);
     times.push_back(Now() - begin);
-    if (session.IsNull()) GiveUp("open a session");
+    if (session.IsNull()) CannotGoOn("open a session");
     CloseSession(socket, interface, session);
   }
   close(socket);

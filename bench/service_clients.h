@@ -28,6 +28,4 @@ std::vector<CallingClient> ConnectRaw(unsigned count);
 // Opens sessions on one connection for `nanoseconds`, closing each before the next. How long the openings took.
 std::vector<std::int64_t> OpenSessionsFor(std::int64_t nanoseconds, const SessionInterface& interface);
 
-[[noreturn]] void GiveUp(const char* what);
-
 }  // namespace bench

@@ -1,26 +1,52 @@
-// A device utility library that answers from memory, so that what is measured is the road to the device and not the
-// device.
-#include <cstdint>
+// What lies behind the exports of a device utility library that answers from memory, so that what is measured is the
+// road to the device and from it, and not the device.
+#include "bench/clock.h"
+#include "bench/device_control.h"
+#include "standins/utility/device_access.h"
 
-extern "C" {
+namespace {
 
-std::int32_t InternalCallFuncMethod(std::uint32_t functionCode, std::uint32_t arg1, std::uint32_t arg2,
-                                    std::uint32_t arg3, std::uint32_t* result) {
-  *result = (functionCode ^ arg1 ^ arg2 ^ arg3) & 0x7FFFFFFFu;
-  return 1;
+constexpr std::uint32_t kAppSwitch = 0x1000;
+
+std::atomic<std::uint32_t> g_switched = 0;  // the bits of the switches that have not been asked for
+
+}  // namespace
+
+std::uint32_t CallDevice(std::uint32_t function, std::uint32_t arg1, std::uint32_t, std::uint32_t,
+                         std::uint32_t* word) {
+  *word = 0;
+  if (function == kAppSwitch) *word = arg1 == 0 ? 1 : g_switched.exchange(0);
+  return 0;
 }
 
-// The device never notifies, so a wait for it need not be kept.
-std::int32_t InternalBeginWaitNotification(void (*)(std::uint32_t, void*), void*) {
-  return 1;
-}
-std::int32_t InternalCancelWaitNotification() {
-  return 1;
+struct NotificationSource::Impl {
+  bench::EventControl& control = bench::DeviceControl();
+  std::uint32_t seen = control.notices;
+  std::atomic<bool> cancelled = false;
+};
+
+NotificationSource::NotificationSource() : impl_(std::make_unique<Impl>()) {
+  ++impl_->control.clients;
 }
 
-// Looked up by everybody, called by nobody.
-void InternalRegisterCallbackForNotification() {}
-void InternalUnregisterCallbackForNotification() {}
-void InternalGetCallbackForNotificationWorker() {}
+NotificationSource::~NotificationSource() {
+  --impl_->control.clients;
+}
 
-}  // extern "C"
+std::uint32_t NotificationSource::Error() const {
+  return 0;
+}
+
+bool NotificationSource::Wait(std::uint32_t* status) {
+  impl_->control.AwaitNotice(impl_->seen++);
+  if (impl_->cancelled) return false;
+  *status = 0;
+  g_switched = 1u << (bench::kNoticeEvent - 1);
+  impl_->control.begun = bench::Now();
+  return true;
+}
+
+void NotificationSource::Cancel() {
+  impl_->cancelled = true;
+  impl_->control.Notify();
+}

@@ -47,8 +47,13 @@ void ServerConnection::Send(std::span<const std::byte> bytes) {
 void ServerConnection::SendReply(std::uint32_t callId, std::span<const std::byte> bytes) {
   std::lock_guard guard(lock_);
   const auto found = CallsFrom(callId);
-  if (found == calls_.end() || found->id != callId) return;
-  calls_.erase(found);
+  if (!IsInProgress(found, callId)) return;
+  found->call = nullptr;
+  // In one go once half of them have ended: each of thousands need not move the others.
+  if (++endedCalls_ * 2 > calls_.size()) {
+    std::erase_if(calls_, [](const CallInProgress& call) { return call.call == nullptr; });
+    endedCalls_ = 0;
+  }
   SendLocked(bytes);
 }
 
@@ -110,13 +115,16 @@ void ServerConnection::Close() {
   unsent_ = {};
   unsentStart_ = 0;
   CountUnsent(0);
-  for (const auto& [callId, call] : std::exchange(calls_, {})) call->MarkCancelled();
+  for (const auto& [callId, call] : std::exchange(calls_, {})) {
+    if (call != nullptr) call->MarkCancelled();
+  }
+  endedCalls_ = 0;
 }
 
 bool ServerConnection::AddCall(std::uint32_t callId, ServerCall& call) {
   std::lock_guard guard(lock_);
   const auto next = CallsFrom(callId);
-  if (next != calls_.end() && next->id == callId) return false;
+  if (IsInProgress(next, callId)) return false;
   calls_.insert(next, {callId, &call});
   return true;
 }
@@ -124,10 +132,15 @@ bool ServerConnection::AddCall(std::uint32_t callId, ServerCall& call) {
 void ServerConnection::Cancel(std::uint32_t callId, bool orphaned) {
   std::lock_guard guard(lock_);
   const auto found = CallsFrom(callId);
-  if (found == calls_.end() || found->id != callId) return;
+  if (!IsInProgress(found, callId)) return;
   orphaned ? found->call->MarkOrphaned() : found->call->MarkCancelled();
 }
 
+bool ServerConnection::IsInProgress(std::vector<CallInProgress>::iterator call, std::uint32_t callId) const {
+  return call != calls_.end() && call->id == callId && call->call != nullptr;
+}
+
+// A number that has been used again comes before its ended call.
 std::vector<ServerConnection::CallInProgress>::iterator ServerConnection::CallsFrom(std::uint32_t callId) {
   return std::lower_bound(calls_.begin(), calls_.end(), callId,
                           [](const CallInProgress& call, std::uint32_t id) { return call.id < id; });

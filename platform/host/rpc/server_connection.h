@@ -61,10 +61,11 @@ class ServerConnection {
  private:
   struct CallInProgress {
     std::uint32_t id;
-    ServerCall* call;
+    ServerCall* call;  // null once it has ended
   };
 
   std::vector<CallInProgress>::iterator CallsFrom(std::uint32_t callId);
+  bool IsInProgress(std::vector<CallInProgress>::iterator call, std::uint32_t callId) const;
   std::size_t Write(std::span<const std::byte> bytes);
   void SendLocked(std::span<const std::byte> bytes);
   void UpdateInterest();
@@ -85,6 +86,7 @@ class ServerConnection {
   std::size_t unsentStart_ = 0;
   std::size_t unsentCounted_ = 0;      // in the client's share
   std::vector<CallInProgress> calls_;  // by number; nearly always one or none
+  std::size_t endedCalls_ = 0;         // of them
 };
 
 }  // namespace host::rpc

@@ -11,6 +11,7 @@
 #include "bench/clock.h"
 #include "bench/measurement.h"
 #include "bench/road_machine.h"
+#include "bench/server_roles.h"
 #include "bench/service_figures.h"
 #include "bench/statistics.h"
 #include "device/event_notify.h"
@@ -73,8 +74,9 @@ std::vector<double> MeasureReceipt(bench::RoadMachine& machine, const bench::Mea
 std::vector<bench::Figure> MeasureService(bench::RoadMachine& machine, const bench::Measurement& measurement,
                                           unsigned idleSeconds) {
   constexpr unsigned kWaits = 100;
+  const std::vector<double> fanOutAlone = bench::MeasureFanOutAlone(measurement);
   const pid_t service = machine.StartServiceOfMemory();
-  std::vector<bench::Figure> figures{bench::MeasureNotification(measurement)};
+  std::vector<bench::Figure> figures = bench::MeasureNotification(measurement, fanOutAlone);
   for (const unsigned waits : {0u, kWaits}) {
     if (idleSeconds == 0) break;
     for (bench::Figure& figure : bench::MeasureIdle(service, waits, idleSeconds)) figures.push_back(std::move(figure));
@@ -86,6 +88,7 @@ std::vector<bench::Figure> MeasureService(bench::RoadMachine& machine, const ben
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (const int role = argc == 2 ? bench::PlayServerRole(argv[1]) : -1; role >= 0) return role;
   bench::Measurement measurement;
   unsigned events = 1000;
   unsigned presses = 20;

@@ -11,8 +11,14 @@
 
 namespace bench {
 
-// `service` serves in the machine of this process. Ends the program when a client is not answered as it should be.
-Figure MeasureNotification(const Measurement& measurement);
+// The time of an event that a server of our own (server_roles.h) hands to one waiting client: the median of each round,
+// in microseconds. Not while the service serves. Ends the program, as the next, when a client is not answered as it
+// should be.
+std::vector<double> MeasureFanOutAlone(const Measurement& measurement);
+
+// What the road from the device's notification costs beyond `fanOutAlone`; the service serves in the machine of this
+// process.
+std::vector<Figure> MeasureNotification(const Measurement& measurement, const std::vector<double>& fanOutAlone);
 
 // What `service` does in `seconds`, with `waits` clients waiting for an event.
 std::vector<Figure> MeasureIdle(pid_t service, unsigned waits, unsigned seconds);

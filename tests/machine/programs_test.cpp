@@ -62,7 +62,8 @@ TEST_F(ProgramsTest, GetWhatTheRequestSays) {
   EXPECT_EQ(Output({{"program", "/usr/bin/env"}, {"environment", json::array()}}), "");
   EXPECT_EQ(Output({{"program", "/bin/pwd"}, {"directory", "/usr"}, {"environment", json::array()}}), "/usr\n");
   const int own = getpriority(PRIO_PROCESS, 0);
-  EXPECT_EQ(Output({{"program", "/usr/bin/nice"}, {"belowNormal", true}}), std::to_string(std::min(own + 5, 19)) + "\n");
+  EXPECT_EQ(Output({{"program", "/usr/bin/nice"}, {"belowNormal", true}}),
+            std::to_string(std::min(own + 5, 19)) + "\n");
   EXPECT_EQ(Output({{"program", "/usr/bin/nice"}}), std::to_string(own) + "\n");
   EXPECT_EQ(Code("process.run", {{"program", "/bin/pwd"}, {"directory", "/no/such"}}), 267u);
   EXPECT_EQ(Code("process.run", {{"program", "/bin/pwd"}, {"directory", "relative"}}), 267u);

@@ -100,8 +100,8 @@ TEST_F(WindowsDeviceSession, IsRunDownWithItsClient) {
   EXPECT_FALSE(LibraryIsLoaded());
 }
 
-// The process's association exists before they start: under Wine connections that are its first ones at the same moment may
-// end up in different associations, and a handle opened over one is refused over another (6, a mismatch).
+// The process's association exists before they start: under Wine connections that are its first ones at the same moment
+// may end up in different associations, and a handle opened over one is refused over another (6, a mismatch).
 TEST_F(WindowsDeviceSession, ManyClientsAtOnce) {
   constexpr int kClients = 4, kRounds = 20;
   Hkd04a7Rpc_DeviceHandle first = nullptr;

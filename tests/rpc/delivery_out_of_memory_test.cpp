@@ -28,9 +28,10 @@ TEST(Delivery, ReachesTheNextSubscriberWhenOneIsOutOfMemory) {
   const auto second = std::make_shared<CRpcEventNotify>();
   AddToRpcEventNotifyList(first);
   AddToRpcEventNotifyList(second);
+  DeliverToSubscriptions({1, 0, 0});
   // Enough that both queues grow several times; whenever the next event needs memory, the first one gets none.
   constexpr DWORD kEvents = 200;
-  for (DWORD number = 0; number < kEvents; ++number) {
+  for (DWORD number = 1; number < kEvents; ++number) {
     support::FailAllocationAfter(0);
     DeliverToSubscriptions({1, number, 0});
     support::EndFailingAllocation();

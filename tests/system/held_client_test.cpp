@@ -13,7 +13,8 @@ using testing::AllOf;
 using testing::HasSubstr;
 
 constexpr const char* kNothingHeld =
-    ": 0 connections, 0 subscriptions, 0 device sessions, 0 calls running, 0 waits pending, 0 unsent bytes";
+    ": 0 connections, 0 subscriptions, 0 device sessions, 0 queued events, 0 calls running, 0 waits pending, 0 unsent "
+    "bytes";
 
 class HeldClientTest : public ToolTest {
  protected:
@@ -32,11 +33,13 @@ TEST_F(HeldClientTest, AKilledClientLeavesNothingBehind) {
   EXPECT_THAT(AwaitStatus(kNothingHeld), HasSubstr(kNothingHeld));
   const auto killed = BeginHolder("40");
   const auto other = BeginHolder("2");
-  const std::string held = ": 2 connections, 2 subscriptions, 42 device sessions, 0 calls running, 2 waits pending";
+  const std::string held =
+      ": 2 connections, 2 subscriptions, 42 device sessions, 0 queued events, 0 calls running, 2 waits pending";
   EXPECT_THAT(AwaitStatus(held), HasSubstr(held));
   ASSERT_EQ(kill(PidOf(*killed), SIGKILL), 0);
   EXPECT_EQ(killed->Finish().exitCode, 128 + SIGKILL);
-  const std::string left = ": 1 connection, 1 subscription, 2 device sessions, 0 calls running, 1 wait pending";
+  const std::string left =
+      ": 1 connection, 1 subscription, 2 device sessions, 0 queued events, 0 calls running, 1 wait pending";
   EXPECT_THAT(AwaitStatus(left), HasSubstr(left));
   EXPECT_THAT(Done({"call", "0x1000"}), HasSubstr("answered")) << "the library is still there for others";
   ASSERT_EQ(kill(PidOf(*other), SIGKILL), 0);

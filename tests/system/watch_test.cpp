@@ -90,7 +90,8 @@ TEST_F(WatchTest, ShowsInTheStatus) {
   const auto first = BeginWatch({"--timeout", "30"});
   const auto second = BeginWatch({"--timeout", "30"});
   const std::string expected =
-      "2 connections, 2 subscriptions, 0 device sessions, 0 calls running, 2 waits pending, 0 unsent bytes";
+      "2 connections, 2 subscriptions, 0 device sessions, 0 queued events, 0 calls running, 2 waits pending, 0 unsent "
+      "bytes";
   // A client has its reply, and says so, a moment before the service is done with the call.
   EXPECT_THAT(AwaitStatus(expected), HasSubstr(expected));
 }

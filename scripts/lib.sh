@@ -12,6 +12,7 @@ build    ninja-build                    runs the build
 build    ccache                         keeps compiled objects between builds
 build    libsqlite3-dev                 the registry of the simulated machine
 build    libssl-dev                     SHA-256, for capability SIDs
+build    liburing-dev                   replies of the RPC runtime, many in one system call
 build    libcli11-dev                   command line of the tool
 build    nlohmann-json3-dev             messages and records in JSON
 build    libgtest-dev                   the tests

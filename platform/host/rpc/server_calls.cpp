@@ -84,7 +84,7 @@ RPC_STATUS RpcServerUnregisterIf(RPC_IF_HANDLE ifSpec, UUID* managerType, unsign
   if (const auto code = host::InjectedFailure("RpcServerUnregisterIf")) return static_cast<RPC_STATUS>(*code);
   if (ifSpec == nullptr) host::Unsupported("RpcServerUnregisterIf", "ifSpec: null");
   if (managerType != nullptr) host::Unsupported("RpcServerUnregisterIf", "managerType");
-  return ServerRuntime::Instance().interfaces().Unregister(Description(ifSpec), waitForCallsToComplete != 0);
+  return ServerRuntime::Instance().Unregister(Description(ifSpec), waitForCallsToComplete != 0);
 }
 
 RPC_STATUS RpcServerListen(unsigned int /*minimumCallThreads*/, unsigned int /*maxCalls*/, unsigned int dontWait) {

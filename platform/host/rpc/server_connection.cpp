@@ -9,12 +9,13 @@
 #include <utility>
 
 #include "platform/host/rpc/client_share.h"
+#include "platform/host/rpc/reply_batch.h"
 #include "platform/host/rpc/server_call.h"
 
 namespace host::rpc {
 
-ServerConnection::ServerConnection(std::uint64_t id, int socket, const Peer& peer, int epoll)
-    : id_(id), peer_(peer), epoll_(epoll), socket_(socket) {}
+ServerConnection::ServerConnection(std::uint64_t id, int socket, const Peer& peer, int epoll, ReplyBatch& batch)
+    : id_(id), peer_(peer), epoll_(epoll), batch_(batch), socket_(socket) {}
 
 ServerConnection::~ServerConnection() {
   if (socket_ >= 0) close(socket_);
@@ -54,26 +55,52 @@ void ServerConnection::SendReply(std::uint32_t callId, std::span<const std::byte
     std::erase_if(calls_, [](const CallInProgress& call) { return call.call == nullptr; });
     endedCalls_ = 0;
   }
-  SendLocked(bytes);
+  if (!AddToBatch(bytes)) SendLocked(bytes);
+}
+
+// Whether the socket is the batch's at present.
+bool ServerConnection::Batched() const {
+  return batchNumber_ == batch_.Number();
+}
+
+bool ServerConnection::AddToBatch(std::span<const std::byte> bytes) {
+  if (bytes.empty() || socket_ < 0 || broken_ || !unsent_.empty() || Batched()) return false;
+  // The number stays as it is while anything can be added.
+  const std::uint64_t number = batch_.Number();
+  if (!batch_.Add(*this, socket_, bytes)) return false;
+  batchNumber_ = number;
+  return true;
+}
+
+void ServerConnection::TakeBack(std::span<const std::byte> reply, int sent) {
+  std::lock_guard guard(lock_);
+  if (socket_ < 0 || broken_) return;
+  if (sent < 0 && sent != -EAGAIN && sent != -EINTR) return Break();
+  reply = reply.subspan(sent > 0 ? static_cast<std::size_t>(sent) : 0);
+  unsent_.insert(unsent_.begin() + static_cast<std::ptrdiff_t>(unsentStart_), reply.begin(), reply.end());
+  UpdateInterest();
 }
 
 void ServerConnection::SendLocked(std::span<const std::byte> bytes) {
   if (socket_ < 0 || broken_) return;
-  if (unsent_.empty()) bytes = bytes.subspan(Write(bytes));
+  if (unsent_.empty() && !Batched()) bytes = bytes.subspan(Write(bytes));
   if (bytes.empty() || broken_) return;
   unsent_.insert(unsent_.end(), bytes.begin(), bytes.end());
   UpdateInterest();
 }
 
-// How much the socket took. A socket that fails is shut down, so that the polling thread learns of it.
+// How much the socket took.
 std::size_t ServerConnection::Write(std::span<const std::byte> bytes) {
   const ssize_t size = send(socket_, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
   if (size >= 0) return static_cast<std::size_t>(size);
-  if (errno != EAGAIN && errno != EINTR) {
-    broken_ = true;
-    shutdown(socket_, SHUT_RDWR);
-  }
+  if (errno != EAGAIN && errno != EINTR) Break();
   return 0;
+}
+
+// A socket that fails is shut down, so that the polling thread learns of it.
+void ServerConnection::Break() {
+  broken_ = true;
+  shutdown(socket_, SHUT_RDWR);
 }
 
 void ServerConnection::Flush() {

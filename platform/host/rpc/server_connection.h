@@ -18,12 +18,14 @@
 
 namespace host::rpc {
 
+class ReplyBatch;
 class ServerCall;
 
 class ServerConnection {
  public:
-  // Takes `socket` over; `id` is what `epoll` reports it as.
-  ServerConnection(std::uint64_t id, int socket, const Peer& peer, int epoll);
+  // Takes `socket` over; `id` is what `epoll` reports it as. Replies go through `batch` where that keeps them; both
+  // outlive the connection.
+  ServerConnection(std::uint64_t id, int socket, const Peer& peer, int epoll, ReplyBatch& batch);
   ~ServerConnection();
   ServerConnection(const ServerConnection&) = delete;
   ServerConnection& operator=(const ServerConnection&) = delete;
@@ -39,6 +41,9 @@ class ServerConnection {
   ssize_t Receive(std::span<std::byte> room);
   // Writes what has been kept, as far as the socket takes it.
   void Flush();
+  // Of a reply that the batch has kept and the socket has not taken as a whole: `sent` bytes of it are gone, or the
+  // negative error came. The rest goes before all else.
+  void TakeBack(std::span<const std::byte> reply, int sent);
   // Ends the connection: closes the socket and marks its calls as cancelled. Later sends are dropped.
   void Close();
 
@@ -66,7 +71,10 @@ class ServerConnection {
 
   std::vector<CallInProgress>::iterator CallsFrom(std::uint32_t callId);
   bool IsInProgress(std::vector<CallInProgress>::iterator call, std::uint32_t callId) const;
+  bool Batched() const;
+  bool AddToBatch(std::span<const std::byte> bytes);
   std::size_t Write(std::span<const std::byte> bytes);
+  void Break();
   void SendLocked(std::span<const std::byte> bytes);
   void UpdateInterest();
   void CountUnsent(std::size_t size);
@@ -74,13 +82,15 @@ class ServerConnection {
   const std::uint64_t id_;
   const Peer peer_;
   const int epoll_;
+  ReplyBatch& batch_;
 
   std::atomic<bool> overfull_{false};
   std::atomic<bool> closed_{false};
 
   mutable std::mutex lock_;  // guards all below, and every use of the socket but reading; taken last
   int socket_;
-  bool broken_ = false;  // the client is gone; the polling thread finds the same and closes
+  std::uint64_t batchNumber_ = 0;  // of the batch that has kept a reply last
+  bool broken_ = false;            // the client is gone; the polling thread finds the same and closes
   std::uint32_t interest_ = 0;
   std::vector<std::byte> unsent_;
   std::size_t unsentStart_ = 0;

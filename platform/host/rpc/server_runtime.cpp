@@ -96,6 +96,12 @@ void ServerRuntime::EndListening() {
   listenEnds_.notify_all();
 }
 
+RPC_STATUS ServerRuntime::Unregister(const InterfaceDescription& description, bool wait) {
+  const RPC_STATUS status = interfaces_.Unregister(description, wait);
+  if (wait) replies_.Settle();
+  return status;
+}
+
 unsigned ServerRuntime::ConnectionCount() const {
   std::lock_guard guard(lock_);
   return static_cast<unsigned>(sessions_.size());
@@ -114,12 +120,14 @@ std::size_t ServerRuntime::UnsentBytes() const {
 
 // What is ready goes before what has been read, and that before what is still in the sockets, but none for ever.
 std::shared_ptr<Task> ServerRuntime::Next() {
+  if (replies_.LeftByAnother()) replies_.Flush();
   if (sincePoll_ < kTasksPerPoll) {
     ++sincePoll_;
     if (auto task = posted_.Take()) return task;
     if (!withInput_.empty()) return NextFromSessions();
   }
   sincePoll_ = 0;
+  replies_.Flush();
   const int whenIdle = acceptingPaused_ ? static_cast<int>(kAcceptRetry.count()) : kForever;
   Poll(withInput_.empty() && !posted_.Any() ? whenIdle : 0);
   return nullptr;
@@ -145,6 +153,7 @@ void ServerRuntime::Queue(ServerSession& session) {
 }
 
 std::shared_ptr<Task> ServerRuntime::End(ServerSession& session) {
+  replies_.Flush();
   auto rundown = session.End();
   std::shared_ptr<ServerSession> ended;  // let go of after the lock
   {
@@ -174,6 +183,7 @@ void ServerRuntime::Poll(int timeout) {
     count = epoll_wait(epoll_, events, kEventsAtOnce, 0);
   }
   if (acceptingPaused_ && std::chrono::steady_clock::now() >= acceptAgain_) PauseAccepting(false);
+  if (count > 1) replies_.Open();
   for (int i = 0; i < count; ++i) HandleEvent(events[i].data.u64, events[i].events);
 }
 
@@ -224,7 +234,7 @@ void ServerRuntime::AcceptOne(int socket, const ServerEndpoint& endpoint) {
     return;
   }
   const bool admitted = AccessGranted(endpoint.descriptor, IdentityOf(*peer->token), GENERIC_ALL);
-  auto connection = std::make_shared<ServerConnection>(TakeId(), socket, *peer, epoll_);
+  auto connection = std::make_shared<ServerConnection>(TakeId(), socket, *peer, epoll_, replies_);
   if (!connection->Watch()) return;
   ++peer->share->connections;
   std::lock_guard guard(lock_);

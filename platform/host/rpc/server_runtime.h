@@ -1,8 +1,9 @@
 // The RPC server of this process: its endpoints, connections, tables and threads.
 //
-// Locks: the tables, the posted tasks, the threads, each connection and this class have one each. Every one is taken
-// last: none of them is held while another is taken, nor while a server routine or a rundown runs. So any call of the
-// runtime may be made with the product's own locks held, RpcServerUnregisterIf with waiting excepted.
+// Locks: the tables, the posted tasks, the threads, each connection, the batch of replies and this class have one each.
+// None of them is held while another is taken, but a connection's when a reply goes to the batch, nor while a server
+// routine or a rundown runs. So any call of the runtime may be made with the product's own locks held,
+// RpcServerUnregisterIf with waiting excepted.
 #pragma once
 
 #include <chrono>
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include "platform/host/rpc/client_share.h"
+#include "platform/host/rpc/reply_batch.h"
 #include "platform/host/rpc/server_contexts.h"
 #include "platform/host/rpc/server_endpoint.h"
 #include "platform/host/rpc/server_interfaces.h"
@@ -45,6 +47,10 @@ class ServerRuntime final : public TaskSource {
   RPC_STATUS Listen();
   void EndListening();
 
+  // Takes an interface off the air (InterfaceTable::Unregister). With `wait` every call's reply is in its socket then,
+  // or kept for a client that does not read.
+  RPC_STATUS Unregister(const InterfaceDescription& description, bool wait);
+
   unsigned ConnectionCount() const;
   std::size_t UnsentBytes() const;
 
@@ -71,6 +77,8 @@ class ServerRuntime final : public TaskSource {
   const ServerTables tables_{interfaces_, contexts_, posted_};
   CallThreads threads_{*this};
   const int epoll_;
+
+  ReplyBatch replies_;
 
   // The polling thread's.
   std::deque<ServerSession*> withInput_;  // a session ends outside it

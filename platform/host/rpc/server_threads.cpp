@@ -70,11 +70,12 @@ bool CallThreads::AddThread() {
 
 void CallThreads::ThreadMain() {
   BecomeBatchThread();
+  const ThreadActivity self;
   {
     std::lock_guard guard(lock_);
     --starting_;
   }
-  while (AwaitTurn()) {
+  while (AwaitTurn(self)) {
     bool holding = true;
     while (holding) {
       auto task = source_.Next();
@@ -83,7 +84,7 @@ void CallThreads::ThreadMain() {
   }
 }
 
-bool CallThreads::AwaitTurn() {
+bool CallThreads::AwaitTurn(const ThreadActivity& self) {
   std::unique_lock guard(lock_);
   while (!vacant_) {
     ++idle_;
@@ -99,6 +100,7 @@ bool CallThreads::AwaitTurn() {
     }
   }
   vacant_ = false;
+  holder_ = self;
   return true;
 }
 
@@ -148,7 +150,9 @@ bool CallThreads::Tick() {
   const std::uint64_t run = run_;
   const bool running = run % 2 != 0;
   const bool sameTask = std::exchange(runSeen_, run) == run;
-  if (running && sameTask) HandTurnOver(run);
+  const auto ran = holder_.TakeProcessorTime();
+  const bool preempted = running && sameTask && ran < kTick / 2 && holder_.Runnable();
+  if (running && sameTask && !preempted) HandTurnOver(run);
   if (vacant_ && idle_ + starting_ == 0) AddThread();
   return running || vacant_ || !sameTask || !EndWatch(run);
 }

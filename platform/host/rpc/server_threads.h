@@ -3,7 +3,8 @@
 // The right to poll is the turn. Whoever holds it asks the source for the next task and runs it inline, so a short call
 // costs no hand-over. While tasks run, a timer looks once a tick whether the same task is still running; then the
 // turn is vacant and an idle thread, or a new one, takes it. The thread that lost it finishes its task and becomes
-// idle. Idle threads end after a while, all but one.
+// idle. Idle threads end after a while, all but one. A thread that is only short of a processor keeps the turn: another
+// would get none before it.
 //
 // They are scheduled as batch threads: a request that comes in does not interrupt whoever runs, such as the thread that
 // hands an event to a hundred clients, or the client that is about to send its next request.
@@ -15,6 +16,8 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+
+#include "platform/host/rpc/thread_activity.h"
 
 namespace host::rpc {
 
@@ -57,7 +60,7 @@ class CallThreads {
   bool StartWatch();
   bool AddThread();
   void ThreadMain();
-  bool AwaitTurn();
+  bool AwaitTurn(const ThreadActivity& self);
   bool RunTasks(std::shared_ptr<Task> task);
   std::uint64_t BeginRun();
   bool EndRun(std::uint64_t run);
@@ -79,6 +82,7 @@ class CallThreads {
   std::condition_variable turnVacant_;
   std::chrono::milliseconds linger_{5000};
   bool vacant_ = true;         // nobody holds the turn
+  ThreadActivity holder_;      // of who has the turn, or had it last
   std::uint64_t runSeen_ = 0;  // run_ at the last tick
   unsigned threads_ = 0;
   unsigned idle_ = 0;

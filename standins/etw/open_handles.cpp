@@ -1,17 +1,19 @@
 #include "standins/etw/open_handles.h"
 
-std::uint64_t OpenHandles::Add() {
+std::uint64_t OpenHandles::Add(std::uint64_t registration) {
   const std::lock_guard guard(lock_);
-  open_.insert(next_);
+  registrations_.emplace(next_, registration);
   return next_++;
 }
 
-bool OpenHandles::Remove(std::uint64_t handle) {
+std::optional<std::uint64_t> OpenHandles::Remove(std::uint64_t handle) {
   const std::lock_guard guard(lock_);
-  return open_.erase(handle) != 0;
+  const auto node = registrations_.extract(handle);
+  return node ? std::optional(node.mapped()) : std::nullopt;
 }
 
-bool OpenHandles::Contains(std::uint64_t handle) {
+std::optional<std::uint64_t> OpenHandles::Find(std::uint64_t handle) {
   const std::lock_guard guard(lock_);
-  return open_.contains(handle);
+  const auto found = registrations_.find(handle);
+  return found != registrations_.end() ? std::optional(found->second) : std::nullopt;
 }

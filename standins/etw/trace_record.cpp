@@ -2,8 +2,6 @@
 
 #include <chrono>
 
-#include "standins/etw/trace_file.h"
-
 namespace {
 
 template <typename Clock, typename Unit>
@@ -13,17 +11,17 @@ std::string Now() {
 
 }  // namespace
 
-std::string FormatTraceRecord(std::string_view event, std::span<const TraceArgument> arguments) {
+std::string FormatTraceRecord(std::uint32_t process, const TraceEvent& event, std::span<const std::uint32_t> values) {
   std::string names;
-  std::string values;
-  for (const TraceArgument& argument : arguments) {
-    const char* comma = names.empty() ? "" : ",";
-    names.append(comma).append("\"").append(argument.name).append("\"");
-    values.append(comma).append(std::to_string(argument.value));
+  std::string arguments;
+  for (std::size_t n = 0; n < values.size(); ++n) {
+    const char* comma = n == 0 ? "" : ",";
+    names.append(comma).append("\"").append(event.fields[n]).append("\"");
+    arguments.append(comma).append(std::to_string(values[n]));
   }
   std::string record = "{\"t\":" + Now<std::chrono::steady_clock, std::chrono::nanoseconds>();
   record += ",\"wall\":" + Now<std::chrono::system_clock, std::chrono::milliseconds>();
-  record += ",\"pid\":" + std::to_string(CurrentProcess());
-  record.append(",\"event\":\"").append(event).append("\",\"names\":[").append(names);
-  return record.append("],\"args\":[").append(values).append("]}\n");
+  record += ",\"pid\":" + std::to_string(process);
+  record.append(",\"event\":\"").append(event.name).append("\",\"names\":[").append(names);
+  return record.append("],\"args\":[").append(arguments).append("]}\n");
 }

@@ -14,6 +14,7 @@ using CallFuncMethod = BOOL(std::uint32_t, std::uint32_t, std::uint32_t, std::ui
 using Begin = BOOL(void (*)(std::uint32_t, void*), void*);
 using Cancel = BOOL();
 using Open = std::uint32_t(std::uint64_t*);
+using Close = std::uint32_t(std::uint64_t);
 using Write3 = std::uint32_t(std::uint64_t, std::uint32_t, std::uint32_t, std::uint32_t);
 
 std::filesystem::path ProgramFolder() {
@@ -46,6 +47,8 @@ class Library {
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
   }
 
+  bool Has(const char* file) const { return std::filesystem::exists(folder_ / file); }
+  void Make(const char* file) const { std::ofstream(folder_ / file).flush(); }
   std::string Text(const char* file) const {
     std::ifstream stream(folder_ / file);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
@@ -101,14 +104,24 @@ TEST(WindowsUtility, NotifiesAtItsTimesUntilCancelled) {
   EXPECT_EQ(cancel(), 0);
 }
 
-TEST(WindowsEtw, WritesItsRecordsBesideItself) {
+TEST(WindowsEtw, WritesWithItsHandlesOnly) {
   const Library library(L"hkd04a7-utility-etw.dll", nullptr);
   std::uint64_t handle = 0;
-  ASSERT_NE(library.Find<Open>("HKD04A7ETW_Open")(&handle), 0u);
+  ASSERT_NE(library.Find<Open>("HKD04A7ETW_Open")(&handle), 0u) << GetLastError();
   auto* write = library.Find<Write3>("HKD04A7ETW_WriteHkd04a7Event");
-  EXPECT_NE(write(handle, 1, 5, 0), 0u);
-  EXPECT_EQ(write(handle + 1, 2, 5, 0), 0u);
+  EXPECT_NE(write(handle, 1, 5, 0), 0u) << GetLastError();
+  EXPECT_NE(library.Find<Close>("HKD04A7ETW_Close")(handle), 0u);
+  EXPECT_EQ(write(handle, 2, 5, 0), 0u);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+  EXPECT_FALSE(library.Has("hkd04a7-utility-etw.log")) << "nobody asked for it";
+}
+
+TEST(WindowsEtw, WritesRecordsBesideItselfWhereAskedTo) {
+  const Library library(L"hkd04a7-utility-etw.dll", nullptr);
+  library.Make("hkd04a7-utility-etw.log");
+  std::uint64_t handle = 0;
+  ASSERT_NE(library.Find<Open>("HKD04A7ETW_Open")(&handle), 0u) << GetLastError();
+  EXPECT_NE(library.Find<Write3>("HKD04A7ETW_WriteHkd04a7Event")(handle, 1, 5, 0), 0u);
   const std::string text = library.Text("hkd04a7-utility-etw.log");
   EXPECT_NE(text.find(R"("event":"WriteHkd04a7Event","names":["eventId","data1","data2"],"args":[1,5,0]})"),
             std::string::npos)

@@ -2,7 +2,8 @@
 #include <unistd.h>
 
 #include "platform/host/base/machine_directory.h"
-#include "standins/etw/trace_file.h"
+#include "standins/etw/trace_provider.h"
+#include "standins/etw/trace_record.h"
 #include "standins/last_error.h"
 
 namespace {
@@ -31,19 +32,19 @@ class TraceFile {
 
 }  // namespace
 
-bool AppendTraceRecord(std::string_view record) {
-  const TraceFile file;
-  if (file.IsOpen() && file.Append(record)) return true;
-  LeaveLastError(file.IsOpen() ? kGeneralFailure : kFileNotFound);
-  return false;
-}
-
-bool CanWriteTraceFile() {
+bool RegisterTraceProvider(std::uint64_t* registration) {
+  *registration = 0;
   if (TraceFile().IsOpen()) return true;
   LeaveLastError(kFileNotFound);
   return false;
 }
 
-std::uint32_t CurrentProcess() {
-  return static_cast<std::uint32_t>(getpid());
+void UnregisterTraceProvider(std::uint64_t) {}
+
+bool WriteTraceEvent(std::uint64_t, const TraceEvent& event, std::span<const std::uint32_t> values) {
+  const TraceFile file;
+  const auto process = static_cast<std::uint32_t>(getpid());
+  if (file.IsOpen() && file.Append(FormatTraceRecord(process, event, values))) return true;
+  LeaveLastError(file.IsOpen() ? kGeneralFailure : kFileNotFound);
+  return false;
 }

@@ -16,6 +16,10 @@ void AddAppServiceCommands(CLI::App& app, Options& options);     // app register
 void AddRunAsSystemCommand(CLI::App& app, Options& options);     // run-as-system
 void AddExplainCommand(CLI::App& app, Options& options);         // explain
 
+// Windows only.
+void AddServiceInstallCommands(CLI::App& app, Options& options);  // service install, uninstall
+void AddServiceControlCommands(CLI::App& app, Options& options);  // start, stop, query
+
 // Host only: --machine and the commands that drive the simulated machine.
 void AddHostCommands(CLI::App& app, Options& options);
 void AddMachineCommands(CLI::App& app, Options& options);   // up, down, reboot, settle

@@ -21,7 +21,6 @@ namespace {
 using nlohmann::json;
 
 constexpr const char* kControlManager = "the service control manager";
-constexpr const char* kDisplayName = "HKD04A7 driver utility service";
 constexpr unsigned kAutomaticStart = 2;
 constexpr unsigned kStopped = 1;
 constexpr std::chrono::seconds kDaemonPatience{20};
@@ -36,7 +35,7 @@ json Named(const char* op) {
 int ConfigureService(const Options& options) {
   const std::string program = ProgramFolder() + "/hkd04a7-service";
   json create = Named("service.create");
-  create["displayName"] = kDisplayName;
+  create["displayName"] = kServiceDisplayName;
   create["program"] = program;
   create["arguments"] = json::array({"-service"});
   create["startType"] = kAutomaticStart;

@@ -5,10 +5,9 @@
 #include <string>
 
 #include "tools/options.h"
+#include "tools/service_registration.h"
 
 namespace tool {
-
-inline constexpr const char* kServiceName = "Hkd04a7DriverUtilityService";
 
 // Starts the daemon beside the tool for the chosen machine and returns when it answers. Nothing to do when it is up.
 int StartMachine(const Options& options);

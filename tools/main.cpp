@@ -1,5 +1,5 @@
-// hkd04a7ctl: drives the simulated machine and speaks to the service as a client. On Windows only the client part is
-// there.
+// hkd04a7ctl: drives the simulated machine and speaks to the service as a client. On Windows there is the client part,
+// and what installs and controls the service.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <string_view>
@@ -14,6 +14,12 @@
 
 namespace {
 
+#ifdef _WIN32
+constexpr const char* kAbout = "Installs and controls the service, and speaks to it.";
+#else
+constexpr const char* kAbout = "Drives a simulated machine and speaks to its service.";
+#endif
+
 void AddCommands(CLI::App& app, tool::Options& options) {
   app.require_subcommand(1);
   app.fallthrough();
@@ -23,7 +29,10 @@ void AddCommands(CLI::App& app, tool::Options& options) {
   tool::AddAppServiceCommands(app, options);
   tool::AddRunAsSystemCommand(app, options);
   tool::AddExplainCommand(app, options);
-#ifndef _WIN32
+#ifdef _WIN32
+  tool::AddServiceInstallCommands(app, options);
+  tool::AddServiceControlCommands(app, options);
+#else
   tool::AddHostCommands(app, options);
 #endif
 }
@@ -44,7 +53,7 @@ int main(int argc, char** argv) {
   tool::OpenStandardStreams();
 #endif
   tool::Options options;
-  CLI::App app("Drives a simulated machine and speaks to its service.", "hkd04a7ctl");
+  CLI::App app(kAbout, "hkd04a7ctl");
   AddCommands(app, options);
   try {
     app.parse(argc, argv);

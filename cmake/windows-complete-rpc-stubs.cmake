@@ -8,7 +8,7 @@
 # - The handle attributes that widl drops: calls on a subscription are not serialized (0x04), a handle passed in and out
 #   must not be null (0x01).
 #
-# Each replacement names how often its text must be there; anything else ends the build.
+# Each replacement names how often its text must be there; anything else is an error, and the files stay as they are.
 cmake_minimum_required(VERSION 3.25)
 
 set(procedure Hkd04a7Rpc_EventNotify_WaitEventAsync)

@@ -7,6 +7,7 @@
 #include "fuzz/check.h"
 #include "fuzz/rpc_interface.h"
 #include "platform/host/rpc/pdu_parse.h"
+#include "platform/host/rpc/reply_batch.h"
 
 using namespace host::rpc;
 
@@ -34,7 +35,8 @@ FuzzConnection::FuzzConnection(FuzzServer& server, const Peer& peer) : server_(s
   int pair[2];
   Check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair) == 0, "there is a pair of sockets");
   socket_ = pair[0];
-  auto connection = std::make_shared<ServerConnection>(1, pair[1], peer, epoll);
+  static ReplyBatch neverOpened;  // one for all: it has a ring of the system's
+  auto connection = std::make_shared<ServerConnection>(1, pair[1], peer, epoll, neverOpened);
   Check(connection->Watch(), "a connection can be watched");
   session_.emplace(server.tables(), std::move(connection), "Endpoint", true);
 }

@@ -35,7 +35,7 @@ struct Phase {
   double rate = 0;    // calls a second
 };
 
-Phase Call(const Measurement& measurement, const std::vector<CallingClient>& clients) {
+Phase MeasureCalls(const Measurement& measurement, const std::vector<CallingClient>& clients) {
   CallTimes times;
   if (!CallFor(measurement.Phase(), clients, &times)) CannotGoOn("call");
   CloseAll(clients);
@@ -107,9 +107,9 @@ struct Rounds {
 };
 
 void OneClient(const Measurement& measurement, Rounds& rounds) {
-  const Phase ours = Call(measurement, ConnectSessions(EngineSessions(), 1));
-  const Phase raw = Call(measurement, ConnectRaw(1));
-  const Phase device = Call(measurement, ConnectSessions(ProductSessions(), 1));
+  const Phase ours = MeasureCalls(measurement, ConnectSessions(EngineSessions(), 1));
+  const Phase raw = MeasureCalls(measurement, ConnectRaw(1));
+  const Phase device = MeasureCalls(measurement, ConnectSessions(ProductSessions(), 1));
   const double library = CallThroughLibrary(measurement);
   rounds.call.push_back(ours.median);
   rounds.rawCall.push_back(raw.median);
@@ -121,14 +121,14 @@ void OneClient(const Measurement& measurement, Rounds& rounds) {
 }
 
 void ManyClients(const Measurement& measurement, Rounds& rounds) {
-  const Phase many = Call(measurement, ConnectSessions(EngineSessions(), kManyClients));
-  const Phase rawMany = Call(measurement, ConnectRaw(kManyClients));
+  const Phase many = MeasureCalls(measurement, ConnectSessions(EngineSessions(), kManyClients));
+  const Phase rawMany = MeasureCalls(measurement, ConnectRaw(kManyClients));
   rounds.rate.push_back(many.rate);
   rounds.rawRate.push_back(rawMany.rate);
   rounds.rateRatio.push_back(many.rate / rawMany.rate);
 
-  rounds.spread.push_back(Call(measurement, ConnectSessions(ProductSessions(), kCrowd)).spread);
-  rounds.rawSpread.push_back(Call(measurement, ConnectRaw(kCrowd)).spread);
+  rounds.spread.push_back(MeasureCalls(measurement, ConnectSessions(ProductSessions(), kCrowd)).spread);
+  rounds.rawSpread.push_back(MeasureCalls(measurement, ConnectRaw(kCrowd)).spread);
 }
 
 }  // namespace

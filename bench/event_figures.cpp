@@ -33,22 +33,22 @@ constexpr Goal kSubscriptionKiB = AtMost(5, 2);
 constexpr unsigned kSubscriptionsWithoutWait = 100;
 constexpr Goal kQueuedEventBytes = AtMost(24);  // its three words, and room for as many again
 
-struct Phase {
+struct EventPhase {
   double median = 0;  // of an event, microseconds
   double rate = 0;    // events a second
 };
 
-Phase Measure(const Measurement& measurement, EventClients clients) {
+EventPhase Measure(const Measurement& measurement, EventClients clients) {
   for (int i = 0; i < kWarmUpEvents; ++i) clients.ReadOne();
   std::vector<std::int64_t> times;
   for (const std::int64_t until = Now() + measurement.Phase(); Now() < until;) times.push_back(clients.ReadOne());
   return {Microseconds(Median(times)), clients.ReadFor(measurement.Phase())};
 }
 
-struct Rounds {
+struct EventRounds {
   std::vector<double> time, rawTime, timeRatio, rate, rawRate, rateRatio;
 
-  void Add(const Phase& ours, const Phase& raw) {
+  void Add(const EventPhase& ours, const EventPhase& raw) {
     time.push_back(ours.median);
     rawTime.push_back(raw.median);
     timeRatio.push_back(ours.median / raw.median);
@@ -75,9 +75,9 @@ std::vector<Figure> MeasureEvents(const Measurement& measurement, unsigned mostC
   std::vector<Figure> figures;
   for (const Crowd& crowd : kCrowds) {
     if (crowd.clients > mostClients) continue;
-    Rounds rounds;
+    EventRounds rounds;
     for (unsigned i = 0; i < measurement.rounds; ++i) {
-      const Phase ours = Measure(measurement, EventClients::OfProduct(service, crowd.clients));
+      const EventPhase ours = Measure(measurement, EventClients::OfProduct(service, crowd.clients));
       rounds.Add(ours, Measure(measurement, EventClients::OfRaw(raw, crowd.clients)));
     }
     rounds.AppendFigures(crowd, figures);

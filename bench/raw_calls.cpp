@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kRequestSize = 64;
 constexpr std::size_t kReplySize = 32;
-constexpr int kEventsAtOnce = 64;
+constexpr int kCallEventsAtOnce = 64;
 constexpr int kBacklog = 4096;
 
 bool Watch(int epoll, int socket) {
@@ -38,8 +38,8 @@ int ServeRawCalls(int listener) {
   const int epoll = epoll_create1(EPOLL_CLOEXEC);
   if (epoll < 0 || !Watch(epoll, listener)) return 1;
   for (;;) {
-    epoll_event events[kEventsAtOnce];
-    const int count = epoll_wait(epoll, events, kEventsAtOnce, -1);
+    epoll_event events[kCallEventsAtOnce];
+    const int count = epoll_wait(epoll, events, kCallEventsAtOnce, -1);
     for (int i = 0; i < count; ++i) {
       const int socket = events[i].data.fd;
       if (socket == listener) {

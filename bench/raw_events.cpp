@@ -13,7 +13,7 @@ namespace bench {
 
 namespace {
 
-constexpr int kEventsAtOnce = 64;
+constexpr int kRawEventsAtOnce = 64;
 
 struct Client {
   int socket = -1;
@@ -29,8 +29,8 @@ class RawEventServer {
   int Serve() {
     if (!Watch(listener_, &listener_) || !Watch(orders_, &orders_)) return 1;
     for (;;) {
-      epoll_event events[kEventsAtOnce];
-      const int count = epoll_wait(epoll_, events, kEventsAtOnce, -1);
+      epoll_event events[kRawEventsAtOnce];
+      const int count = epoll_wait(epoll_, events, kRawEventsAtOnce, -1);
       for (int i = 0; i < count; ++i) {
         if (!Take(events[i].data.ptr)) return 1;
       }

@@ -9,7 +9,7 @@ namespace machine {
 
 namespace {
 
-constexpr std::chrono::milliseconds kLookInterval{100};
+constexpr std::chrono::milliseconds kWaitsLookInterval{100};
 // A pending service has at least this long to make progress, whatever its wait hint says.
 constexpr std::chrono::milliseconds kShortestPatience{30'000};
 
@@ -40,7 +40,7 @@ void ServiceWaits::Add(Service& service, Goal goal, std::chrono::milliseconds li
   if (limit.count() > 0) wait.deadline = Clock::now() + limit;
   if (Settle(wait)) return;
   waits_.push_back(std::move(wait));
-  if (timer_ == 0) timer_ = loop_.After(kLookInterval, [this] { LookAtAll(); });
+  if (timer_ == 0) timer_ = loop_.After(kWaitsLookInterval, [this] { LookAtAll(); });
 }
 
 void ServiceWaits::Look(const Service& service) {
@@ -77,7 +77,7 @@ bool ServiceWaits::Settle(const Wait& wait) {
 void ServiceWaits::LookAtAll() {
   timer_ = 0;
   waits_.remove_if([](const Wait& wait) { return Settle(wait); });
-  if (!waits_.empty()) timer_ = loop_.After(kLookInterval, [this] { LookAtAll(); });
+  if (!waits_.empty()) timer_ = loop_.After(kWaitsLookInterval, [this] { LookAtAll(); });
 }
 
 }  // namespace machine

@@ -11,17 +11,17 @@
 namespace tool {
 namespace {
 
-std::string text;  // written before the alarm is set, read by its handler
+std::string timeoutText;  // written before the alarm is set, read by its handler
 
 void Expire(int) {
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, timeoutText.data(), timeoutText.size());
   std::_Exit(kTimedOut);
 }
 
 }  // namespace
 
 Deadline::Deadline(std::chrono::seconds patience, std::string message) {
-  text = std::move(message);
+  timeoutText = std::move(message);
   std::signal(SIGALRM, Expire);
   alarm(static_cast<unsigned>(patience.count()));
 }

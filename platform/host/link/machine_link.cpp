@@ -27,12 +27,6 @@ namespace {
 constexpr DWORD kMachineNotUp = 1062;
 constexpr DWORD kInvalidParameter = 87;
 
-// One request on its way: filled in by the reader thread.
-struct PendingCall {
-  std::optional<json> reply;
-  bool lost = false;
-};
-
 std::string Encode(const json& message) {
   return message.dump(-1, ' ', false, json::error_handler_t::replace);
 }
@@ -41,6 +35,12 @@ std::string Encode(const json& message) {
 
 // Locks: connectMutex, then sendMutex or stateMutex (never both). No lock is held while a listener runs.
 struct MachineLink::Impl {
+  // One request on its way: filled in by the reader thread.
+  struct PendingCall {
+    std::optional<json> reply;
+    bool lost = false;
+  };
+
   std::mutex connectMutex;  // connecting and closing; guards reader and the life of descriptor
   std::thread reader;
 
@@ -193,7 +193,7 @@ MachineLink::~MachineLink() {
 DWORD MachineLink::Call(json request, json* reply) {
   if (!request.is_object()) return kInvalidParameter;
   if (!impl_->EnsureConnected()) return kMachineNotUp;
-  PendingCall call;
+  Impl::PendingCall call;
   std::uint64_t id = 0;
   {
     const std::lock_guard lock(impl_->stateMutex);

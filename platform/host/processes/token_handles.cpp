@@ -27,7 +27,7 @@ BOOL OpenToken(const host::TokenFacts& facts, TOKEN_TYPE type, DWORD granted, PH
   return TRUE;
 }
 
-bool IsCurrentProcess(HANDLE process) {
+bool IsOwnProcess(HANDLE process) {
   return reinterpret_cast<LONG_PTR>(process) == -1;
 }
 
@@ -61,7 +61,7 @@ BOOL SetThreadToken(PHANDLE thread, HANDLE token) {
 BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
   if (const auto code = host::InjectedFailure("OpenProcessToken")) return host::FailWith(*code);
   const DWORD granted = Granted("OpenProcessToken", access);
-  if (IsCurrentProcess(process)) {
+  if (IsOwnProcess(process)) {
     return OpenToken(host::OwnToken(), TokenPrimary, granted, token, host::OwnPrivileges());
   }
   const auto holder = host::ObjectOf<host::TokenHolder>(process, kProcessQueryInformation);

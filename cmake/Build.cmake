@@ -56,15 +56,4 @@ endif()
 # All targets see the tree from its root: #include "platform/registry.h".
 include_directories("${PROJECT_SOURCE_DIR}")
 
-# Several sources compiled as one, where each would otherwise parse and instantiate GoogleTest, CLI11 and nlohmann-json for
-# itself: most of the time of a full build. Names in anonymous namespaces are therefore unique within such a target. Left
-# out by clang and MinGW, where every source has to stand by itself; -DHKD_UNITY=OFF suits whoever changes one file often.
-# What tests the product does not have to be fast: a debug build leaves its optimisation out too, a fifth of its time and,
-# under the address sanitizer, more than half.
-option(HKD_UNITY "Compile the sources of tests, tool and machine in batches" ON)
-function(hkd_compile_in_batches target)
-  target_compile_options(${target} PRIVATE $<$<CONFIG:Debug>:-O0>)
-  if(HKD_UNITY AND NOT WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
-  endif()
-endfunction()
+include(FastBuild)

@@ -21,11 +21,14 @@ options="$(sed -n '/ -o service\/CMakeFiles\/product\.dir\//{s/^ *"command": "[^
   sed -E 's/ -Winvalid-pch| -Xclang -include(-pch)? -Xclang [^ ]+//g')"
 [[ -n "$options" ]] || fail "the product's sources are not in $commands"
 
+# What the preset compiles, be it on its own or by way of a source that includes several.
+find "$build" -path '*/Unity/*.cxx' -exec cat {} + | cat - "$commands" >"$batches/compiled"
+
 # A batch is one source of the text of several: of what it includes the path-sensitive checks would look at nothing.
 count=0
 for folder in service device common rpc auth appservice tasks client; do
   for file in "$folder"/*.cpp; do
-    grep -qF "\"$ROOT/$file\"" "$commands" || continue
+    grep -qF "\"$ROOT/$file\"" "$batches/compiled" || continue
     batch="$batches/$folder-$((count / BATCH))"
     cat "$file" >>"$batch.cpp"
     echo "$file" >>"$batch.sources"

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Builds everything for Windows and runs the tests of that build under Wine. usage: scripts/test-windows.sh [--no-build]
 #
-# Every case runs in a process of its own with a time limit, in a fresh Wine prefix that is removed at the end. Cases where
+# First the service under Wine's control manager (scripts/windows-service-checks.sh), then the test programs: every case
+# runs in a process of its own with a time limit, in a fresh Wine prefix that is removed at the end. Cases where
 # Wine differs from the platform's documentation are skipped by name (scripts/windows-test-skips.txt). The last line is
 # 'N passed, N failed'; the exit status is 0 only when some passed and none failed.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+source "$ROOT/scripts/windows-service-checks.sh"
 
 BUILD="${HKD_WINDOWS_BUILD:-$ROOT/build/windows}"
 SKIPS="$ROOT/scripts/windows-test-skips.txt"
@@ -114,6 +116,8 @@ fi
 start=$SECONDS
 start_wine
 say "Wine is up ($(seconds_since "$start") s)"
+run_service_checks
+say "the service's checks are over ($(seconds_since "$start") s)"
 ALL_CASES=
 for program in $(<"$BUILD/windows-tests.txt"); do run_program "$program"; done
 check_skips

@@ -43,3 +43,6 @@ Answer Ask(Call call) {
   const RPC_STATUS status = CatchRpcException([&] { result = call(); });
   return {status, result};
 }
+
+// One wait for an event, which ends within five seconds or with RPC_S_CALL_CANCELLED.
+Answer WaitForEvent(Hkd04a7Rpc_EventNotifyHandle subscription, Hkd04a7Rpc_EventRecord* record);

@@ -18,22 +18,6 @@ std::size_t Subscriptions() {
   return g_RpcEventNotifyList.size();
 }
 
-// One wait with an event handle as its notification.
-Answer WaitForEvent(Hkd04a7Rpc_EventNotifyHandle subscription, Hkd04a7Rpc_EventRecord* record) {
-  const Quorvex::PC::Common::UniqueHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  RPC_ASYNC_STATE state = {};
-  EXPECT_EQ(RpcAsyncInitializeHandle(&state, sizeof state), RPC_S_OK);
-  state.NotificationType = RpcNotificationTypeEvent;
-  state.u.hEvent = done.Get();
-  const RPC_STATUS started =
-      CatchRpcException([&] { Client_Hkd04a7Rpc_EventNotify_WaitEventAsync(&state, subscription, record); });
-  if (started != RPC_S_OK) return {started, 0};
-  EXPECT_EQ(WaitForSingleObject(done.Get(), 5000), WAIT_OBJECT_0);
-  HRESULT result = 0;
-  const RPC_STATUS status = RpcAsyncCompleteCall(&state, &result);
-  return {status, result};
-}
-
 TEST(WindowsRpc, AServerThatIsNotThereIsAStatus) {
   const Binding binding(L"Hkd04a7NobodyThere");
   Hkd04a7Rpc_EventNotifyHandle subscription = nullptr;

@@ -20,9 +20,12 @@ DWORD Answer(BOOL succeeded) {
   return succeeded ? ERROR_SUCCESS : GetLastError();
 }
 
-// Another process's view of it: false too where there is no such event yet.
+UniqueHandle OpenWakeCheckEvent() {
+  return UniqueHandle(OpenEventW(SYNCHRONIZE, FALSE, Quorvex::PC::Hkd04a7::Service::kCompletedCheckWakeupEvent));
+}
+
 bool WakeCheckIsDone() {
-  const UniqueHandle event(OpenEventW(SYNCHRONIZE, FALSE, Quorvex::PC::Hkd04a7::Service::kCompletedCheckWakeupEvent));
+  const UniqueHandle event = OpenWakeCheckEvent();
   return event && WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0;
 }
 
@@ -104,11 +107,13 @@ DWORD ServiceManager::Query(ServiceConfiguration* configuration) const {
 }
 
 DWORD ServiceManager::Start() {
+  // The event of an earlier start, which some client still has open, says nothing of this one.
+  const bool leftOver = static_cast<bool>(OpenWakeCheckEvent());
   if (!StartServiceW(service_.Get(), 0, nullptr)) return GetLastError();
   ServiceState state;
   if (const DWORD error = AwaitStateOtherThan(SERVICE_START_PENDING, &state); error != ERROR_SUCCESS) return error;
   const ULONGLONG deadline = GetTickCount64() + kReadyPatience;
-  while (state.state == SERVICE_RUNNING && !WakeCheckIsDone() && GetTickCount64() < deadline) {
+  while (state.state == SERVICE_RUNNING && (leftOver || !WakeCheckIsDone()) && GetTickCount64() < deadline) {
     Sleep(kPollInterval);
     if (const DWORD error = Query(&state); error != ERROR_SUCCESS) return error;
   }

@@ -15,7 +15,9 @@ set(HKD_SANITIZE "" CACHE STRING "Sanitizers, as the argument of -fsanitize=")
 option(HKD_THREAD_SAFETY "Run clang's thread-safety analysis" OFF)
 option(HKD_FUZZ "Build the fuzz targets, and everything instrumented for them (clang)" OFF)
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wno-missing-field-initializers)
+if(NOT MSVC)
+  add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wno-missing-field-initializers)
+endif()
 if(NOT WIN32)
   # Interfaces of the platform's own headers have public destructors, about which whatever derives from them is warned.
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>)
@@ -24,7 +26,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "Release")
   # g++ 12 sees overlapping copies in optimised concatenations of strings where there are none.
   add_compile_options(-Wno-restrict)
 endif()
-if(HKD_WERROR)
+if(HKD_WERROR AND NOT MSVC)
   add_compile_options(-Werror)
 endif()
 if(HKD_THREAD_SAFETY)
@@ -46,12 +48,11 @@ if(HKD_CCACHE)
 endif()
 
 if(WIN32)
-  # UNICODE forms only; the API level of the modules used; the run-time libraries inside the program.
-  add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000000)
-  add_link_options(-static -static-libgcc -static-libstdc++)
+  include(WindowsBuild)
 else()
   find_package(Threads REQUIRED)
 endif()
+include(WindowsProgram)
 
 # All targets see the tree from its root: #include "platform/registry.h".
 include_directories("${PROJECT_SOURCE_DIR}")

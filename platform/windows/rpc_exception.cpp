@@ -2,16 +2,7 @@
 // below is what one would compile to, by the documented x64 exception data: a scope table that names the guarded
 // instructions, the filter and where to go on, read by the platform's own handler of such frames.
 #include "platform/rpc_client.h"
-
-namespace {
-
-// Codes that RpcRaiseException is called with: statuses, faults that came unmapped, HRESULTs of the platform's errors.
-// A processor exception, a breakpoint or a C++ exception is none and goes on to whoever handles it.
-bool IsRpcStatus(DWORD code) {
-  return (code & 0xE0000000) == 0 || (code & 0xFFFF0000) == 0x80070000;
-}
-
-}  // namespace
+#include "platform/windows/rpc_status_codes.h"
 
 // Decides about an exception within the guarded call and leaves its code in the frame's own word. `frame` is the stack
 // pointer behind the frame's prologue.

@@ -4,6 +4,7 @@ set(HKD_GOOGLETEST_SOURCE "/usr/src/googletest" CACHE PATH "GoogleTest's sources
 set(HKD_WINDOWS_TEST_LIST "${PROJECT_BINARY_DIR}/windows-tests.txt")
 file(WRITE "${HKD_WINDOWS_TEST_LIST}" "")
 
+set(INSTALL_GTEST OFF CACHE BOOL "Not part of the package" FORCE)
 add_subdirectory("${HKD_GOOGLETEST_SOURCE}" "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
 foreach(library gtest gtest_main gmock gmock_main)
   target_compile_options(${library} PRIVATE -w)

@@ -12,6 +12,7 @@ namespace {
 
 constexpr unsigned kMostReplies = 128;
 constexpr std::size_t kMostBytes = 64u << 10;
+constexpr std::chrono::milliseconds kLongestKept{1};
 constexpr int kSendFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
 
 // An address that no other thread has.
@@ -20,9 +21,21 @@ const void* ThisThread() {
   return &mark;
 }
 
+// A ring of an early kernel cannot.
+bool CanSend(io_uring& ring) {
+  io_uring_probe* const probe = io_uring_get_probe_ring(&ring);
+  const bool can = probe != nullptr && io_uring_opcode_supported(probe, IORING_OP_SEND) != 0;
+  io_uring_free_probe(probe);
+  return can;
+}
+
 }  // namespace
 
-ReplyBatch::ReplyBatch() : made_(io_uring_queue_init(kMostReplies, &ring_, 0) == 0), usable_(made_) {}
+// All the memory it will need: a reply is added as a whole or not at all.
+ReplyBatch::ReplyBatch() : made_(io_uring_queue_init(kMostReplies, &ring_, 0) == 0), usable_(made_ && CanSend(ring_)) {
+  replies_.reserve(kMostReplies);
+  bytes_.reserve(kMostBytes);
+}
 
 ReplyBatch::~ReplyBatch() {
   if (made_) io_uring_queue_exit(&ring_);
@@ -30,6 +43,7 @@ ReplyBatch::~ReplyBatch() {
 
 void ReplyBatch::Open() {
   if (!usable_) return;
+  opened_ = std::chrono::steady_clock::now();
   std::lock_guard guard(lock_);
   owner_.store(ThisThread(), std::memory_order_relaxed);
 }
@@ -37,6 +51,11 @@ void ReplyBatch::Open() {
 bool ReplyBatch::LeftByAnother() const {
   const void* const owner = owner_.load(std::memory_order_relaxed);
   return owner != nullptr && owner != ThisThread();
+}
+
+bool ReplyBatch::Overdue() const {
+  return owner_.load(std::memory_order_relaxed) == ThisThread() &&
+         std::chrono::steady_clock::now() - opened_ > kLongestKept;
 }
 
 bool ReplyBatch::Add(ServerConnection& connection, int socket, std::span<const std::byte> bytes) {
@@ -113,7 +132,7 @@ void ReplyBatch::GiveBackUnsent() {
 
 void ReplyBatch::Settle() {
   std::unique_lock guard(lock_);
-  settled_.wait(guard, [this] { return !keeps_; });
+  settled_.wait(guard, [this, number = Number()] { return !keeps_ || Number() != number; });
 }
 
 }  // namespace host::rpc

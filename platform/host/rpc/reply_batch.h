@@ -10,6 +10,7 @@
 #include <liburing.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -31,10 +32,14 @@ class ReplyBatch {
 
   // --- polling thread only ---
 
+  // False when the system offers no ring: nothing is kept then.
+  bool Usable() const { return usable_; }
   // The calling thread's replies are kept from now to Flush.
   void Open();
   // Whether a thread has opened it that has lost the polling since.
   bool LeftByAnother() const;
+  // Whether it has been open for so long that what it keeps should go.
+  bool Overdue() const;
   // Closes the batch and sends what it keeps. Every connection that it keeps something for must still be there; no lock
   // may be held.
   void Flush();
@@ -46,7 +51,7 @@ class ReplyBatch {
   bool Add(ServerConnection& connection, int socket, std::span<const std::byte> bytes);
   // The number of the batch. When it has changed, all that was kept has been sent or given back to its connection.
   std::uint64_t Number() const { return number_.load(std::memory_order_acquire); }
-  // Returns when nothing is kept any more.
+  // Returns when nothing is kept any more that is kept now.
   void Settle();
 
  private:
@@ -68,6 +73,7 @@ class ReplyBatch {
   io_uring ring_{};
   const bool made_;
   bool usable_;
+  std::chrono::steady_clock::time_point opened_;
 
   std::atomic<const void*> owner_{nullptr};  // changed under the lock; null while closed
   std::atomic<std::uint64_t> number_{1};

@@ -121,6 +121,10 @@ std::size_t ServerRuntime::UnsentBytes() const {
 // What is ready goes before what has been read, and that before what is still in the sockets, but none for ever.
 std::shared_ptr<Task> ServerRuntime::Next() {
   if (replies_.LeftByAnother()) replies_.Flush();
+  if (replies_.Overdue()) {
+    replies_.Flush();
+    replies_.Open();
+  }
   if (sincePoll_ < kTasksPerPoll) {
     ++sincePoll_;
     if (auto task = posted_.Take()) return task;
@@ -152,8 +156,10 @@ void ServerRuntime::Queue(ServerSession& session) {
   withInput_.push_back(&session);
 }
 
+// What a connection has been told last may stand behind a reply that was kept.
 std::shared_ptr<Task> ServerRuntime::End(ServerSession& session) {
   replies_.Flush();
+  session.connection().Flush();
   auto rundown = session.End();
   std::shared_ptr<ServerSession> ended;  // let go of after the lock
   {

@@ -144,14 +144,16 @@ void CallThreads::WatchMain() {
   }
 }
 
-// True when the watch goes on: a task runs, one has run since the last tick, or the turn still waits for a thread.
+// True when the watch goes on: a task runs, one has run since the last tick, or the turn still waits for a thread. The
+// processor time of a task adds up over the ticks: however little of a processor it gets, one that computes is not
+// preempted for ever.
 bool CallThreads::Tick() {
   std::lock_guard guard(lock_);
   const std::uint64_t run = run_;
   const bool running = run % 2 != 0;
   const bool sameTask = std::exchange(runSeen_, run) == run;
-  const auto ran = holder_.TakeProcessorTime();
-  const bool preempted = running && sameTask && ran < kTick / 2 && holder_.Runnable();
+  if (!sameTask) holder_.StartCount();
+  const bool preempted = running && sameTask && holder_.ProcessorTime() < kTick / 2 && holder_.Runnable();
   if (running && sameTask && !preempted) HandTurnOver(run);
   if (vacant_ && idle_ + starting_ == 0) AddThread();
   return running || vacant_ || !sameTask || !EndWatch(run);

@@ -6,7 +6,6 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace host::rpc {
 
@@ -14,11 +13,18 @@ ThreadActivity::ThreadActivity() : thread_(gettid()), clock_(CLOCK_THREAD_CPUTIM
   pthread_getcpuclockid(pthread_self(), &clock_);
 }
 
-std::chrono::nanoseconds ThreadActivity::TakeProcessorTime() {
+std::chrono::nanoseconds ThreadActivity::Total() const {
   timespec time{};
   clock_gettime(clock_, &time);
-  const auto now = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-  return now - std::exchange(seen_, now);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+void ThreadActivity::StartCount() {
+  start_ = Total();
+}
+
+std::chrono::nanoseconds ThreadActivity::ProcessorTime() const {
+  return Total() - start_;
 }
 
 // The state is the letter behind the name, which stands in brackets and may hold any character (proc(5)).

@@ -14,17 +14,21 @@ class ThreadActivity {
  public:
   ThreadActivity();
 
-  // How long the thread has run since the last call.
-  std::chrono::nanoseconds TakeProcessorTime();
+  // The thread's processor time counts from now on.
+  void StartCount();
+  // How long it has run since then.
+  std::chrono::nanoseconds ProcessorTime() const;
 
   // Whether it could run now, and does so or is in line for a processor. False when it waits for anything else, and
   // when the system does not tell.
   bool Runnable() const;
 
  private:
+  std::chrono::nanoseconds Total() const;
+
   pid_t thread_;
   clockid_t clock_;
-  std::chrono::nanoseconds seen_{0};
+  std::chrono::nanoseconds start_{0};
 };
 
 }  // namespace host::rpc

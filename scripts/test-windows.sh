@@ -1,17 +1,20 @@
 #!/usr/bin/env bash
 # Builds everything for Windows and runs the tests of that build under Wine. usage: scripts/test-windows.sh [--no-build]
 #
-# First the service under Wine's control manager (scripts/windows-service-checks.sh), then the test programs: every case
-# runs in a process of its own with a time limit, in a fresh Wine prefix that is removed at the end. Cases where
-# Wine differs from the platform's documentation are skipped by name (scripts/windows-test-skips.txt). The last line is
-# 'N passed, N failed'; the exit status is 0 only when some passed and none failed.
+# First the service under Wine's control manager (scripts/windows-service-checks.sh), then what is handed out and the zip
+# (scripts/windows-package-checks.sh), then the test programs: every case runs in a process of its own with a time limit, as
+# all together have, in a fresh Wine prefix that is removed at the end. Cases where Wine differs from the platform's
+# documentation are skipped by name (scripts/windows-test-skips.txt). The last line is 'N passed, N failed'; the exit status
+# is 0 only when some passed and none failed.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 source "$ROOT/scripts/windows-service-checks.sh"
+source "$ROOT/scripts/windows-package-checks.sh"
 
 BUILD="${HKD_WINDOWS_BUILD:-$ROOT/build/windows}"
 SKIPS="$ROOT/scripts/windows-test-skips.txt"
-CASE_LIMIT=60
+CASE_LIMIT=60 # seconds
+TOTAL_LIMIT=480
 passed=0 failed=0 skipped=0
 
 find_wine() {
@@ -56,8 +59,10 @@ stop_wine() {
 # run_windows PROGRAM ARGS...: its output without carriage returns, its exit status. The output goes through a file: a pipe
 # would end only with Wine's own programs, which inherit it and outlive the case by seconds.
 run_windows() {
-  local status
-  (cd "$BUILD/bin" && timeout -k 5 "$CASE_LIMIT" "$WINE" "$@") >"$WINEPREFIX/output" 2>&1 </dev/null
+  local status limit=$((start + TOTAL_LIMIT - SECONDS))
+  [[ $limit -gt 0 ]] || { echo "no time left: all have $TOTAL_LIMIT seconds"; return 124; }
+  [[ $limit -lt $CASE_LIMIT ]] || limit=$CASE_LIMIT
+  (cd "$BUILD/bin" && timeout -k 5 "$limit" "$WINE" "$@") >"$WINEPREFIX/output" 2>&1 </dev/null
   status=$?
   tr -d '\r' <"$WINEPREFIX/output"
   return "$status"
@@ -118,6 +123,7 @@ start_wine
 say "Wine is up ($(seconds_since "$start") s)"
 run_service_checks
 say "the service's checks are over ($(seconds_since "$start") s)"
+run_package_checks
 ALL_CASES=
 for program in $(<"$BUILD/windows-tests.txt"); do run_program "$program"; done
 check_skips

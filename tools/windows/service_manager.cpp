@@ -29,6 +29,9 @@ bool WakeCheckIsDone() {
   return event && WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0;
 }
 
+// A list of names: the endpoint map, without which the interface is not to be found, is there before the service.
+constexpr const WCHAR* kDependencies = W("RpcSs\0");
+
 DWORD StartType(const ServiceRegistration& registration) {
   return registration.automatic ? SERVICE_AUTO_START : SERVICE_DEMAND_START;
 }
@@ -48,14 +51,15 @@ DWORD ServiceManager::Create(const ServiceRegistration& registration) {
   service_.Reset(CreateServiceW(manager_.Get(), Common::kServiceName, ToWide(kServiceDisplayName).c_str(),
                                 SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS, StartType(registration),
                                 SERVICE_ERROR_NORMAL, ServiceCommandLine(registration.program).c_str(), nullptr,
-                                nullptr, nullptr, nullptr, nullptr));
+                                nullptr, kDependencies, nullptr, nullptr));
   return Answer(static_cast<bool>(service_));
 }
 
 DWORD ServiceManager::Change(const ServiceRegistration& registration) {
   return Answer(ChangeServiceConfigW(service_.Get(), SERVICE_WIN32_OWN_PROCESS, StartType(registration),
                                      SERVICE_ERROR_NORMAL, ServiceCommandLine(registration.program).c_str(), nullptr,
-                                     nullptr, nullptr, W("LocalSystem"), W(""), ToWide(kServiceDisplayName).c_str()));
+                                     nullptr, kDependencies, W("LocalSystem"), W(""),
+                                     ToWide(kServiceDisplayName).c_str()));
 }
 
 DWORD ServiceManager::Describe() {

@@ -26,6 +26,12 @@ if(HKD_FAST_BUILD AND HKD_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros "${HKD_CCACHE}")
 endif()
 
+# Some eighty programs are linked, each from most of the libraries: in a quarter of the time that ld takes.
+find_program(HKD_LLD ld.lld)
+if(HKD_FAST_BUILD AND HKD_LLD AND CMAKE_BUILD_TYPE STREQUAL "Debug")
+  add_link_options(-fuse-ld=lld)
+endif()
+
 # hkd_precompile(<name> HEADERS <header>... LIBS <targets...>): precompiled headers of those libraries, for programs compiled
 # quickly. It is compiled as their sources are.
 function(hkd_precompile name)

@@ -10,6 +10,7 @@ build    g++                            the host compiler
 build    cmake                          configures the build
 build    ninja-build                    runs the build
 build    ccache                         keeps compiled objects between builds
+build    lld                            links the programs of a debug build fast
 build    libsqlite3-dev                 the registry of the simulated machine
 build    libssl-dev                     SHA-256, for capability SIDs
 build    liburing-dev                   replies of the RPC runtime, many in one system call

@@ -1,8 +1,8 @@
 // A client process of the load tests.
 //
-//   load-client churn LEDGER SUBSCRIPTIONS THREADS   creates and destroys subscriptions, each of which checks its
-//   events load-client hold COUNT                           holds waits, each on a connection of its own, until they
-//   end load-client work NUMBER                          uses everything until SIGTERM; outlives the service
+//   load-client churn LEDGER SUBSCRIPTIONS THREADS   creates and destroys subscriptions that check their events
+//   load-client hold COUNT                           holds waits until they end, each on a connection of its own
+//   load-client work NUMBER                          uses everything until SIGTERM; outlives the service
 //   load-client crash                                holds a little of everything, then is killed
 //
 // Says what is wrong on the error stream and ends with exit code 1 then. Goes with the process that started it.

@@ -42,6 +42,7 @@ class DeviceSessions : public testing::Test {
   void SetUp() override {
     service.StartAndSettle();
     before = References();
+    ASSERT_TRUE(service.Log().WaitFor("worker thread of listening"));  // its thread may come late
     service.Log().Take();
   }
   void TearDown() override {

@@ -87,7 +87,11 @@ std::unique_ptr<Database> Database::Open(const MachineDirectory& directory, DWOR
   *code = CodeOf(result);
   if (*code == ERROR_SUCCESS) *code = database->Attach(directory);
   if (*code == ERROR_SUCCESS) *code = database->CreateTables();
-  if (*code != ERROR_SUCCESS) database.reset();
+  if (*code != ERROR_SUCCESS) {
+    database.reset();
+  } else {
+    database->states_ = StateView::Of(handle);
+  }
   return database;
 }
 

@@ -8,10 +8,13 @@
 #include <array>
 #include <chrono>
 #include <memory>
+#include <optional>
 
 #include "platform/host/base/machine_directory.h"
 #include "platform/host/base/types.h"
 #include "platform/host/registry/database_schema.h"
+#include "platform/host/registry/known_keys.h"
+#include "platform/host/registry/state_mark.h"
 #include "platform/host/registry/statement.h"
 
 struct sqlite3;
@@ -73,6 +76,10 @@ class Database {
   int Changes() const;
   KeyId LastInserted() const;
 
+  // The state that both databases are in, when it can be told.
+  std::optional<StateMark> Mark() const { return states_.Mark(); }
+  KnownKeys& Known() { return known_; }
+
  private:
   explicit Database(sqlite3* handle) : handle_(handle) {}
   DWORD Attach(const MachineDirectory& directory);
@@ -81,6 +88,8 @@ class Database {
   std::int64_t SchemaVersion(Store store);
 
   sqlite3* handle_;
+  StateView states_;
+  KnownKeys known_;
   std::array<std::array<sqlite3_stmt*, static_cast<std::size_t>(Query::kCount)>, 2> statements_{};
 };
 

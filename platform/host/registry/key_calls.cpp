@@ -1,4 +1,7 @@
 // Opening, creating and closing keys.
+#include <optional>
+#include <utility>
+
 #include "platform/host/base/fault_injection.h"
 #include "platform/host/base/unsupported.h"
 #include "platform/host/registry/key_access.h"
@@ -7,12 +10,37 @@
 namespace host::registry {
 namespace {
 
-// The existing key at the end of the path, also when the path has no step.
+// The key itself, for a path without steps.
+DWORD FindStart(const KeyPath& path, KeyId* key) {
+  *key = path.start;
+  return ReadAt(path, CheckKey);
+}
+
+DWORD Follow(Database& database, const KeyPath& path, KeyId* key) {
+  const ReadScope scope(database);
+  return FindKey(database, path, key);
+}
+
+// As Follow. Asks the databases only when they have changed since the same path was followed last.
+DWORD FollowKnown(Database& database, const KeyPath& path, KeyId* key) {
+  const std::optional<StateMark> before = database.Mark();
+  if (!before) return Follow(database, path, key);
+  std::string id = PathId(path);
+  if (const KnownKeys::Answer* known = database.Known().Find(*before, id)) {
+    *key = known->key;
+    return known->code;
+  }
+  const DWORD code = Follow(database, path, key);
+  const bool lasting = code == ERROR_SUCCESS || code == ERROR_FILE_NOT_FOUND;
+  if (lasting && database.Mark() == before) database.Known().Keep(*before, std::move(id), {code, *key});
+  return code;
+}
+
+// The existing key at the end of the path.
 DWORD FindExisting(const KeyPath& path, KeyId* key) {
-  return ReadAt(path, [&](Database& database, KeyId found) {
-    *key = found;
-    return path.steps.empty() ? CheckKey(database, found) : ERROR_SUCCESS;
-  });
+  if (path.steps.empty()) return FindStart(path, key);
+  const BorrowedDatabase database;
+  return database.Status() == ERROR_SUCCESS ? FollowKnown(*database, path, key) : database.Status();
 }
 
 void RefuseUnsupported(LPCWSTR keyClass, DWORD options, const SECURITY_ATTRIBUTES* attributes) {

@@ -22,6 +22,12 @@ DWORD MakeKeyPath(HKEY handle, const char16_t* subKey, REGSAM access, REGSAM rig
   return code;
 }
 
+std::string PathId(const KeyPath& path) {
+  std::string id(reinterpret_cast<const char*>(&path.start), sizeof path.start);
+  for (const KeyName& step : path.steps) id.append("\0\\", 2).append(step.folded);  // no step has a backslash
+  return id;
+}
+
 DWORD CheckPathHive(Database& database, const KeyPath& path) {
   return path.start == kUsersRoot && !path.steps.empty() ? CheckHive(database, path.steps[0]) : ERROR_SUCCESS;
 }

@@ -16,6 +16,9 @@ struct KeyPath {
 // too long) or ERROR_BAD_PATHNAME. Needs no database.
 DWORD MakeKeyPath(HKEY handle, const char16_t* subKey, REGSAM access, REGSAM rights, KeyPath* path);
 
+// Different for different paths.
+std::string PathId(const KeyPath& path);
+
 // Checks that the user hive the path leads through, if any, is loaded.
 DWORD CheckPathHive(Database& database, const KeyPath& path);
 

@@ -33,6 +33,7 @@ std::string CheckedSubscription::Finish() {
   client::Event event;
   while (fault.empty() && subscription_.Next(std::chrono::milliseconds(0), &event) == Outcome::Event)
     fault = Check(event);
+  ++ledger_.Finished();
   return fault;
 }
 

@@ -41,11 +41,14 @@ class EventLedger {
   std::atomic<std::uint32_t>& Begun() { return numbers_->begun; }
   // The last event that has been delivered to everybody.
   std::atomic<std::uint32_t>& Delivered() { return numbers_->delivered; }
+  // How many subscriptions of clients have had all that was due to them.
+  std::atomic<std::uint32_t>& Finished() { return numbers_->finished; }
 
  private:
   struct Numbers {
     std::atomic<std::uint32_t> begun;
     std::atomic<std::uint32_t> delivered;
+    std::atomic<std::uint32_t> finished;
   };
   Numbers* numbers_;
 };

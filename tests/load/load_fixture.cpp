@@ -98,7 +98,15 @@ client::Status EventSource::Start() {
   return status.Ok() ? witness_.Start() : status;
 }
 
+void EventSource::AwaitLaggards() {
+  const std::uint32_t finished = ledger_.Finished();
+  if (finished != finished_) sinceFinished_ = 0;
+  finished_ = finished;
+  if (++sinceFinished_ > kMostOnTheirWay) std::this_thread::sleep_for(milliseconds(5));
+}
+
 bool EventSource::Send() {
+  AwaitLaggards();
   ledger_.Begun() = ++sent_;
   if (!device_.Emergency(WordOf(sent_))) return false;
   client::Event event;

@@ -53,22 +53,28 @@ class LoadTest : public tool::ToolTest {
   std::unique_ptr<machine::Device> device_;
 };
 
-// Numbered events of the device, sent as fast as a subscription of this process gets them.
+// Numbered events of the device, sent as fast as a subscription of this process gets them and its clients get done.
 class EventSource {
  public:
   EventSource(machine::Device& device, EventLedger& ledger) : device_(device), ledger_(ledger) {}
 
   client::Status Start();
-  // Sends one event, and waits where too many are on their way. False when one does not come, or not in order.
+  // Sends one event, and waits where too many are on their way, for a moment also where no client has got done for a
+  // while: whoever lags behind would otherwise have ever more to read before it is. False when one does not come, or
+  // not in order.
   bool Send();
 
  private:
+  void AwaitLaggards();
+
   machine::Device& device_;
   EventLedger& ledger_;
   client::Connection connection_;
   client::EventSubscription witness_{connection_};
   std::uint32_t sent_ = 0;
   std::uint32_t seen_ = 0;
+  std::uint32_t finished_ = 0;       // by clients, when last looked
+  std::uint32_t sinceFinished_ = 0;  // sent since the last one got done
 };
 
 }  // namespace load

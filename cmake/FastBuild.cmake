@@ -2,12 +2,12 @@
 
 # Several sources compiled as one, where each would otherwise parse and instantiate GoogleTest, CLI11 and nlohmann-json for
 # itself: most of the time of a full build. Names in anonymous namespaces are therefore unique within a target. Left out by
-# clang and MinGW, and for product and platform by a release, where every source has to stand by itself.
+# clang, and for product and platform by a release, where every source has to stand by itself.
 option(HKD_FAST_BUILD "Compile sources in batches, and the tests with precompiled headers" ON)
-if(WIN32 OR NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   set(HKD_FAST_BUILD OFF)
 endif()
-set(CMAKE_UNITY_BUILD_BATCH_SIZE 16)
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 32)
 if(HKD_FAST_BUILD AND CMAKE_BUILD_TYPE STREQUAL "Debug")
   set(CMAKE_UNITY_BUILD ON)
 endif()
@@ -36,7 +36,7 @@ endif()
 # quickly. It is compiled as their sources are.
 function(hkd_precompile name)
   cmake_parse_arguments(arg "" "" "HEADERS;LIBS" ${ARGN})
-  if(HKD_FAST_BUILD)
+  if(HKD_FAST_BUILD AND NOT WIN32)
     set(source "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
     file(CONFIGURE OUTPUT "${source}" CONTENT "// Nothing but the precompiled headers.\n")
     add_library(${name} OBJECT "${source}")

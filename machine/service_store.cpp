@@ -11,7 +11,7 @@ using nlohmann::json;
 
 namespace {
 
-constexpr std::size_t kMaxNameLength = 256;
+constexpr std::size_t kMaxServiceNameLength = 256;
 
 }  // namespace
 
@@ -33,7 +33,7 @@ void ReadConfiguration(const json& value, ServiceConfiguration* configuration) {
 
 std::string FaultOf(const ServiceConfiguration& configuration) {
   const std::string& name = configuration.name;
-  if (name.empty() || name.size() > kMaxNameLength || name.find_first_of("/\\") != std::string::npos)
+  if (name.empty() || name.size() > kMaxServiceNameLength || name.find_first_of("/\\") != std::string::npos)
     return "a service's name has 1 to 256 characters and no slash";
   if (configuration.program.empty()) return "the service's program is missing";
   if (configuration.startType < kAutomaticStart || configuration.startType > kDisabled)

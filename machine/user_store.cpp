@@ -14,7 +14,7 @@ using nlohmann::json;
 namespace {
 
 constexpr std::uint32_t kFirstRelativeId = 1001;
-constexpr std::size_t kMaxNameLength = 20;
+constexpr std::size_t kMaxUserNameLength = 20;
 
 std::string NewMachineSid() {
   std::random_device random;
@@ -25,7 +25,7 @@ std::string NewMachineSid() {
 
 bool IsUserName(const std::string& name) {
   const bool printable = std::none_of(name.begin(), name.end(), [](unsigned char unit) { return unit < ' '; });
-  return printable && !name.empty() && name.size() <= kMaxNameLength &&
+  return printable && !name.empty() && name.size() <= kMaxUserNameLength &&
          name.find_first_of("/\\[]:;|=,+*?<>\"") == std::string::npos;
 }
 

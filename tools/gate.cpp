@@ -1,6 +1,7 @@
 #include "tools/gate.h"
 
 #include "platform/rpc.h"
+#include "tools/gate_advice.h"
 #include "tools/wide_text.h"
 
 namespace tool {
@@ -30,15 +31,14 @@ Gate TableGate(const char* name, const RunFacts& facts, const char* subKey, cons
 
 Gate CapabilityGate(const RunFacts& facts) {
   Gate gate = TableGate("capability bit", facts, kCapabilitySubKey, facts.package);
-  gate.next = "hkd04a7ctl caps grant " + (facts.package.empty() ? "PACKAGE" : facts.package);
   if (facts.package.empty()) {
     gate.state = "this process has no package family name, and none but packages are granted it";
-    gate.next = "hkd04a7ctl run --package PACKAGE -- hkd04a7ctl run-as-system " + facts.command;
+    gate.next = PackageAdvice(facts.command);
   } else if (!facts.softwareKey) {
     gate.state = "no device is present, so there is no key to look in";
-    gate.next = "";
   } else {
     gate.state = StateText(facts.capability, "REG_DWORD", "bit 0 is clear", "bit 0 is set");
+    gate.next = GrantAdvice(gate.key, facts.package);
   }
   return gate;
 }
@@ -47,7 +47,7 @@ Gate AllowListGate(const RunFacts& facts) {
   Gate gate = TableGate("allow-list", facts, kCommandSubKey, facts.command);
   gate.state = facts.softwareKey ? StateText(facts.allowed, "REG_MULTI_SZ", "it names no program", "it names a program")
                                  : "no device is present, so there is no key to look in";
-  if (facts.softwareKey) gate.next = "hkd04a7ctl allow add " + facts.command + " PROGRAM";
+  if (facts.softwareKey) gate.next = AllowAdvice(gate.key, facts.command);
   return gate;
 }
 

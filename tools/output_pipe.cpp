@@ -10,7 +10,7 @@
 namespace tool {
 namespace {
 
-constexpr int kBlock = 65536;
+constexpr int kPipeCapacity = 65536;
 
 void CloseEnd(int& end) {
   if (end >= 0) close(std::exchange(end, -1));
@@ -47,9 +47,9 @@ void OutputPipe::CloseReader() {
 bool OutputPipe::Relay(std::FILE* stream) {
   int waiting = 0;
   if (reader_ < 0 || ioctl(reader_, FIONREAD, &waiting) != 0) return true;
-  char block[kBlock];
+  char block[kPipeCapacity];
   do {
-    const ssize_t got = read(reader_, block, static_cast<std::size_t>(std::clamp(waiting, 1, kBlock)));
+    const ssize_t got = read(reader_, block, static_cast<std::size_t>(std::clamp(waiting, 1, kPipeCapacity)));
     if (got == 0) CloseReader();
     if (got <= 0) return true;
     const auto size = static_cast<std::size_t>(got);

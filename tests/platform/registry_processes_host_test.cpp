@@ -128,6 +128,69 @@ TEST(RegistryProcesses, AVolatileAndALastingKeyOfOneNameAreNeverBothMade) {
   RegDeleteTreeW(HKEY_LOCAL_MACHINE, kPlace);
 }
 
+// Two processes that take turns.
+class Turns {
+ public:
+  Turns() { EXPECT_EQ(0, pipe(ends_)); }
+  ~Turns() {
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  Turns(const Turns&) = delete;
+  Turns& operator=(const Turns&) = delete;
+
+  bool Await() {
+    char byte = 0;
+    return read(ends_[0], &byte, 1) == 1;
+  }
+  bool Give() { return write(ends_[1], "", 1) == 1; }
+
+ private:
+  int ends_[2] = {};
+};
+
+LSTATUS TryPath(const std::u16string& path) {
+  HKEY key = nullptr;
+  const LSTATUS status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_READ, &key);
+  if (status == 0) RegCloseKey(key);
+  return status;
+}
+
+// Makes the key and deletes it, both when its turn has come.
+int MakeAndDelete(const std::u16string& path, int rounds, Turns& own, Turns& others) {
+  for (int round = 0; round < rounds; ++round) {
+    HKEY key = nullptr;
+    const DWORD options = round % 2 == 0 ? REG_OPTION_VOLATILE : REG_OPTION_NON_VOLATILE;
+    if (!own.Await() ||
+        RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, options, KEY_READ, nullptr, &key, nullptr) != 0 ||
+        RegCloseKey(key) != 0 || !others.Give()) {
+      return 1;
+    }
+    if (!own.Await() || RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, 0) != 0 || !others.Give()) return 2;
+  }
+  return 0;
+}
+
+// Where a path led is remembered, but never beyond a change that somebody has made since.
+TEST(RegistryProcesses, AnOpenSeesEveryEarlierChange) {
+  constexpr int kRounds = 50;
+  RegCloseKey(OpenPlace());
+  const std::u16string path = std::u16string(kPlace) + u"\\Turns";
+  Turns childs, ours;
+  const pid_t child = Start([&] { return MakeAndDelete(path, kRounds, childs, ours); });
+  for (int round = 0; round < kRounds; ++round) {
+    EXPECT_EQ(2, TryPath(path));
+    EXPECT_EQ(2, TryPath(path));
+    ASSERT_TRUE(childs.Give() && ours.Await());
+    EXPECT_EQ(0, TryPath(path));
+    EXPECT_EQ(0, TryPath(path));
+    ASSERT_TRUE(childs.Give() && ours.Await());
+  }
+  EXPECT_EQ(2, TryPath(path));
+  EXPECT_EQ(0, ExitCode(child));
+  EXPECT_EQ(0, RegDeleteTreeW(HKEY_LOCAL_MACHINE, kPlace));
+}
+
 // Writes for ever: a large value of equal bytes, and a tree that comes and goes as a whole.
 int WriteForEver() {
   HKEY key = OpenPlace();

@@ -1,5 +1,7 @@
 #include "platform/host/rpc/pdu_stream.h"
 
+#include "platform/host/rpc/prefetch.h"
+
 namespace host::rpc {
 
 namespace {
@@ -20,6 +22,11 @@ void PduStream::Filled(std::size_t count) {
   buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(begin_));
   begin_ = 0;
   buffer_.insert(buffer_.end(), received.begin(), received.end());
+}
+
+void PduStream::Prefetch() const {
+  constexpr std::size_t kShort = 128;  // bytes
+  PrefetchMemory(buffer_.data(), kShort);
 }
 
 PduStream::Outcome PduStream::Next(Item& item) {

@@ -190,23 +190,41 @@ void ServerRuntime::Poll(int timeout) {
   }
   if (acceptingPaused_ && std::chrono::steady_clock::now() >= acceptAgain_) PauseAccepting(false);
   if (count > 1) replies_.Open();
-  for (int i = 0; i < count; ++i) HandleEvent(events[i].data.u64, events[i].events);
+  HandleEvents(std::span(events).first(static_cast<std::size_t>(std::max(count, 0))));
 }
 
-void ServerRuntime::HandleEvent(std::uint64_t id, std::uint32_t events) {
-  if (id == kPostedId) return posted_.Acknowledge();
-  ServerSession* const session = FindSession(id);
-  if (session == nullptr) return AcceptFrom(id);
-  auto& connection = session->connection();
+// The state of hundreds of connections lies all over the memory. Asked for together it comes in a fraction of the time
+// that it takes one by one. No session ends before all are through.
+void ServerRuntime::HandleEvents(std::span<const epoll_event> events) {
+  ServerSession* sessions[kEventsAtOnce];
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    sessions[i] = FindSession(events[i].data.u64);
+    if (sessions[i] != nullptr) sessions[i]->Prefetch();
+  }
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    if (sessions[i] != nullptr) sessions[i]->PrefetchParts();
+  }
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    if (sessions[i] != nullptr)
+      HandleEvent(*sessions[i], events[i].events);
+    else if (events[i].data.u64 == kPostedId)
+      posted_.Acknowledge();
+    else
+      AcceptFrom(events[i].data.u64);
+  }
+}
+
+void ServerRuntime::HandleEvent(ServerSession& session, std::uint32_t events) {
+  auto& connection = session.connection();
   if ((events & EPOLLOUT) != 0) connection.Flush();
   const bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;
   if (connection.MayRead()) {
     // What a client sends faster than it is served stays in its socket, and keeps the client.
-    if (!session->queued) session->Receive();
+    if (!session.queued) session.Receive();
   } else if (hungUp) {
-    session->SetHungUp();
+    session.SetHungUp();
   }
-  Queue(*session);
+  Queue(session);
 }
 
 void ServerRuntime::AcceptFrom(std::uint64_t listener) {

@@ -6,6 +6,8 @@
 // RpcServerUnregisterIf with waiting excepted.
 #pragma once
 
+#include <sys/epoll.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -13,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -62,7 +65,8 @@ class ServerRuntime final : public TaskSource {
   RPC_STATUS StartThreads();
   std::shared_ptr<Task> NextFromSessions();
   void Poll(int timeout);
-  void HandleEvent(std::uint64_t id, std::uint32_t events);
+  void HandleEvents(std::span<const epoll_event> events);
+  void HandleEvent(ServerSession& session, std::uint32_t events);
   void Queue(ServerSession& session);
   void AcceptFrom(std::uint64_t listener);
   void AcceptOne(int socket, const ServerEndpoint& endpoint);

@@ -3,11 +3,24 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/host/rpc/prefetch.h"
+
 namespace host::rpc {
 
 ServerSession::ServerSession(const ServerTables& tables, std::shared_ptr<ServerConnection> connection,
                              std::string endpoint, bool admitted)
     : tables_(tables), connection_(std::move(connection)), endpoint_(std::move(endpoint)), admitted_(admitted) {}
+
+void ServerSession::Prefetch() const {
+  PrefetchMemory(this, sizeof(*this));
+}
+
+void ServerSession::PrefetchParts() const {
+  PrefetchMemory(connection_.get(), sizeof(*connection_));
+  PrefetchMemory(association_.get(), sizeof(*association_));
+  PrefetchMemory(contexts_.data(), sizeof(PresentationContext));
+  stream_.Prefetch();
+}
 
 void ServerSession::Receive() {
   if (inputEnded_) return;

@@ -25,6 +25,10 @@ class ServerSession {
 
   ServerConnection& connection() const { return *connection_; }
 
+  // Bring what reading and serving it needs nearer: this object, then what it has the addresses of.
+  void Prefetch() const;
+  void PrefetchParts() const;
+
   // Reads what has arrived.
   void Receive();
 

@@ -20,7 +20,7 @@ const std::uint64_t* IndexHeader(sqlite3* connection, const char* name) {
 }
 
 std::uint64_t Load(const std::uint64_t* word) {
-  return std::atomic_ref(const_cast<std::uint64_t&>(*word)).load(std::memory_order_relaxed);
+  return std::atomic_ref(const_cast<std::uint64_t&>(*word)).load(std::memory_order_acquire);
 }
 
 }  // namespace
@@ -39,12 +39,10 @@ std::optional<StateMark> StateView::Mark() const {
     if (!header) return std::nullopt;
     auto& copy = mark.headers_[database];
     for (std::size_t word = 0; word < copy.size(); ++word) copy[word] = Load(header + word);
-    std::atomic_thread_fence(std::memory_order_seq_cst);
     for (std::size_t word = 0; word < copy.size(); ++word) {
       if (Load(header + copy.size() + word) != copy[word]) return std::nullopt;
     }
   }
-  std::atomic_thread_fence(std::memory_order_seq_cst);
   return mark;
 }
 

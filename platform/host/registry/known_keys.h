@@ -1,5 +1,5 @@
-// Where paths led, kept until a database changes: most of what a service opens for an event is not there, and was not there
-// for the last one. Part of a connection, used by one thread at a time.
+// Where paths led, kept until a database changes: most of what a service opens for an event is not there, and was not
+// there for the last one. Part of a connection, used by one thread at a time.
 #pragma once
 
 #include <string>

@@ -1,9 +1,9 @@
 // Which state the databases are in, told without a system call.
 //
-// Every commit changes the header of its write-ahead log's index, which all processes that have the database open share in
-// memory (https://www.sqlite.org/walformat.html, "The WAL-Index Header"). Equal marks, one from before what was read began
-// and one from after its end, mean that it was the state of both; equal marks at any two moments mean the same contents.
-// Used by the thread that uses the connection.
+// Every commit changes the header of its write-ahead log's index, which all processes that have the database open share
+// in memory (https://www.sqlite.org/walformat.html, "The WAL-Index Header"). Equal marks, one from before what was read
+// began and one from after its end, mean that it was the state of both; equal marks at any two moments mean the same
+// contents. Used by the thread that uses the connection.
 #pragma once
 
 #include <array>

@@ -11,7 +11,7 @@
 
 #include "platform/host/rpc/server_call.h"
 #include "platform/host/rpc/server_posted_tasks.h"
-#include "platform/host/rpc/thread_activity.h"
+#include "platform/host/rpc/server_status.h"
 #include "tests/rpc/server_fixture.h"
 
 using namespace std::chrono_literals;
@@ -234,34 +234,25 @@ TEST_F(RepliesTogether, TheLastWordOfAConnectionIsSentBehindItsReplies) {
   EXPECT_TRUE(other.Receive(2s));
 }
 
-TEST(ThreadActivityTest, TellsAThreadThatRunsFromOneThatWaits) {
-  using host::rpc::ThreadActivity;
-  std::promise<ThreadActivity> running;
-  std::promise<ThreadActivity> waiting;
-  std::promise<void> mayEnd;
-  auto end = mayEnd.get_future();
-  std::atomic<bool> run{true};
-  std::thread runner([&] {
-    running.set_value({});
-    while (run) continue;
+// Clients that were answered together are read again before others, but others have their turn.
+TEST_F(RepliesTogether, AFlockThatAsksWithoutEndHoldsUpNobody) {
+  std::vector<RawClient> flock;
+  for (int i = 0; i < 24; ++i) flock.push_back(Connect());
+  auto other = Connect();
+  std::atomic<int> rounds{0};
+  std::jthread asking([&](const std::stop_token& over) {
+    for (; !over.stop_requested(); ++rounds) {
+      for (auto& client : flock) client.StartWork(1);
+      for (auto& client : flock) EXPECT_TRUE(client.Receive(5s));
+    }
+    flock.clear();
   });
-  std::thread waiter([&] {
-    waiting.set_value({});
-    end.wait();
-  });
-  auto ofRunner = running.get_future().get();
-  auto ofWaiter = waiting.get_future().get();
-  EXPECT_TRUE(ofRunner.Runnable());
-  ofRunner.StartCount();
-  EXPECT_TRUE(Eventually([&] { return ofRunner.ProcessorTime() > 5ms; }));  // adds up
-  EXPECT_TRUE(Eventually([&] { return !ofWaiter.Runnable(); }));
-  ofWaiter.StartCount();
-  EXPECT_EQ(ofWaiter.ProcessorTime(), 0ns);
-  run = false;
-  mayEnd.set_value();
-  runner.join();
-  waiter.join();
-  EXPECT_FALSE(ofRunner.Runnable());
+  ASSERT_TRUE(Eventually([&] { return rounds > 20; }));
+  const int before = rounds;
+  for (std::uint32_t number = 0; number < 100; ++number) EXPECT_EQ(other.Work(number).number, number);
+  EXPECT_GT(rounds, before);
+  asking = {};
+  EXPECT_TRUE(Eventually([] { return host::rpc::ConnectionCount() == 1; }));
 }
 
 }  // namespace

@@ -69,10 +69,11 @@ bool ReplyBatch::Add(ServerConnection& connection, int socket, std::span<const s
   return true;
 }
 
-void ReplyBatch::Flush() {
-  if (owner_.load(std::memory_order_relaxed) == nullptr) return;
+std::size_t ReplyBatch::Flush() {
+  if (owner_.load(std::memory_order_relaxed) == nullptr) return 0;
   Close();
-  if (replies_.empty()) return;
+  const std::size_t count = replies_.size();
+  if (count == 0) return 0;
   SendAll();
   GiveBackUnsent();
   replies_.clear();
@@ -81,6 +82,7 @@ void ReplyBatch::Flush() {
   std::lock_guard guard(lock_);
   keeps_ = false;
   settled_.notify_all();
+  return count;
 }
 
 void ReplyBatch::Close() {

@@ -40,9 +40,9 @@ class ReplyBatch {
   bool LeftByAnother() const;
   // Whether it has been open for so long that what it keeps should go.
   bool Overdue() const;
-  // Closes the batch and sends what it keeps. Every connection that it keeps something for must still be there; no lock
-  // may be held.
-  void Flush();
+  // Closes the batch and sends what it keeps; how many replies that were. Every connection that it keeps something for
+  // must still be there; no lock may be held.
+  std::size_t Flush();
 
   // --- any thread ---
 

@@ -65,6 +65,7 @@ class ServerRuntime final : public TaskSource {
   RPC_STATUS StartThreads();
   std::shared_ptr<Task> NextFromSessions();
   void Poll(int timeout);
+  bool LookAgain();
   void HandleEvents(std::span<const epoll_event> events);
   void HandleEvent(ServerSession& session, std::uint32_t events);
   void Queue(ServerSession& session);
@@ -84,9 +85,16 @@ class ServerRuntime final : public TaskSource {
 
   ReplyBatch replies_;
 
+  // What epoll reports posted tasks as; endpoints and connections are numbered from there on.
+  static constexpr std::uint64_t kPostedId = 1;
+  // How long accepting rests when the process has run out of file descriptors.
+  static constexpr std::chrono::milliseconds kAcceptRetry{500};
+
   // The polling thread's.
   std::deque<ServerSession*> withInput_;  // a session ends outside it
   unsigned sincePoll_ = 0;                // tasks answered
+  std::vector<std::uint64_t> flock_;      // what the last poll has reported
+  unsigned looksAgain_ = 0;               // at those, since then
   bool acceptingPaused_ = false;          // out of file descriptors
   std::chrono::steady_clock::time_point acceptAgain_;
   ClientShares shares_;

@@ -22,12 +22,13 @@ void ServerSession::PrefetchParts() const {
   stream_.Prefetch();
 }
 
-void ServerSession::Receive() {
-  if (inputEnded_) return;
+bool ServerSession::Receive() {
+  if (inputEnded_) return true;
   const ssize_t size = connection_->Receive(stream_.Room());
   if (size > 0) stream_.Filled(static_cast<std::size_t>(size));
   inputEnded_ = size < 0;
   drained_ = false;
+  return size != 0;
 }
 
 bool ServerSession::Next(std::shared_ptr<Task>* task) {

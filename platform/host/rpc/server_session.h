@@ -29,8 +29,8 @@ class ServerSession {
   void Prefetch() const;
   void PrefetchParts() const;
 
-  // Reads what has arrived.
-  void Receive();
+  // Reads what has arrived. False when nothing has.
+  bool Receive();
 
   // Takes one PDU out of what has been read. Answers whether to come again: false when there is none left that may be
   // taken now. A request that can run becomes `*task`.

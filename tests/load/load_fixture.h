@@ -14,13 +14,7 @@
 
 namespace load {
 
-#if defined(__SANITIZE_THREAD__)
-constexpr int kSlowness = 10;
-#elif defined(__SANITIZE_ADDRESS__)
-constexpr int kSlowness = 4;
-#else
-constexpr int kSlowness = 1;
-#endif
+using tool::kSlowness;
 
 // This process belongs to the machine too, from SetUp on, and is seen there as one from outside.
 class LoadTest : public tool::ToolTest {

@@ -15,7 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds kPatience{60};
+constexpr auto kPatience = std::chrono::seconds(10) * kSlowness;
 
 std::string ReadWhole(const std::string& path) {
   std::ostringstream text;

@@ -14,6 +14,15 @@
 
 namespace tool {
 
+// How much longer things may take under a sanitizer.
+#if defined(__SANITIZE_THREAD__)
+constexpr int kSlowness = 10;
+#elif defined(__SANITIZE_ADDRESS__)
+constexpr int kSlowness = 4;
+#else
+constexpr int kSlowness = 1;
+#endif
+
 struct ToolResult {
   int exitCode;        // 128 plus the signal for a killed one, -1 for one that did not end in time
   std::string output;  // standard output and errors together

@@ -112,7 +112,7 @@ bool ServerRuntime::LookAgain() {
     if (session->Receive()) {
       Queue(*session);
     } else if (withInput_.empty()) {
-      break;  // the first has not asked yet, so the others have not
+      break;  // they are answered in this order: the others have not asked yet either
     }
   }
   if (withInput_.empty()) replies_.Flush();

@@ -29,7 +29,7 @@ class ServerSession {
   void Prefetch() const;
   void PrefetchParts() const;
 
-  // Reads what has arrived. False when nothing has.
+  // Reads what has arrived, and be it the end. False when nothing has.
   bool Receive();
 
   // Takes one PDU out of what has been read. Answers whether to come again: false when there is none left that may be
